@@ -1,0 +1,59 @@
+#include <cstdio>
+#include <iostream>
+#include <map>
+
+#include "cli_commands.h"
+
+namespace kelvara::cli {
+
+namespace {
+struct Entry {
+    std::string usage;
+    std::function<int(const Args&)> run;
+};
+std::map<std::string, Entry>& registry() {
+    static std::map<std::string, Entry> r;
+    return r;
+}
+
+void print_help(std::ostream& out) {
+    out << "kelvara-cli: curve files and instrument curves without a window.\n\nUsage:\n";
+    for (const auto& [name, e] : registry()) out << "  kelvara-cli " << e.usage << "\n";
+    out << "\nMessages the window would show go to stderr, one line each.\n"
+           "Exit status: 0 success, 1 the operation failed, 2 usage error.\n";
+}
+}  // namespace
+
+Subcommand::Subcommand(std::string name, std::string usage, std::function<int(const Args&)> run) {
+    registry()[std::move(name)] = Entry{std::move(usage), std::move(run)};
+}
+
+int run(const std::vector<std::string>& argv) {
+    if (argv.empty()) {
+        print_help(std::cerr);
+        return 2;
+    }
+    if (argv[0] == "--help" || argv[0] == "-h" || argv[0] == "help") {
+        print_help(std::cout);
+        return 0;
+    }
+    auto it = registry().find(argv[0]);
+    if (it == registry().end()) {
+        std::cerr << "kelvara-cli: unknown command '" << argv[0] << "' (see --help)\n";
+        return 2;
+    }
+    Args rest(argv.begin() + 1, argv.end());
+    for (const auto& a : rest)
+        if (a == "--help" || a == "-h") {
+            std::cout << "Usage: kelvara-cli " << it->second.usage << "\n";
+            return 0;
+        }
+    try {
+        return it->second.run(rest);
+    } catch (const std::exception& e) {
+        std::cerr << "kelvara-cli: " << e.what() << "\n";
+        return 1;
+    }
+}
+
+}  // namespace kelvara::cli

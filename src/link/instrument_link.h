@@ -1,0 +1,62 @@
+// The one channel to the instrument: send one command, read one reply, pause.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "curve/prompts.h"
+#include "link/clock.h"
+#include "link/gpib_driver.h"
+#include "link/serial_port.h"
+#include "link/setup_choices.h"
+
+namespace kelvara {
+
+class InstrumentLink {
+public:
+    InstrumentLink(Clock& clock, Prompts& prompts);
+    ~InstrumentLink();
+
+    // Transports are injected so that tests and --simulate can plug the simulator in.
+    void set_serial_port(std::unique_ptr<SerialPort> port);
+    void set_gpib_driver(std::unique_ptr<GpibDriver> driver);  // nullptr: no library found
+
+    // Open and identify; on failure show the message, set choices.interface to None.
+    void setup_488(SetupChoices& choices);
+    void setup_rs232(SetupChoices& choices);
+
+    Interface interface() const { return interface_; }
+    void set_interface(Interface i) { interface_ = i; }
+
+    // GPIB: ibwrt without terminator; false when ERR is set afterwards. RS-232: optionally
+    // discard waiting input, write text + "\r\n"; always true.
+    bool send_command(const std::string& text, bool clear_input);
+    // GPIB: ibrd into a space-filled buffer of buffer_size. RS-232: gather until CR or LF or 10 s.
+    std::string read_reply(int buffer_size = 80);
+    void pause(double seconds);
+
+    // Serial path regardless of the chosen interface (for the RS-232-only procedures).
+    bool send_command_rs232(const std::string& text, bool clear_input);
+    std::string read_reply_rs232();
+
+    // Returns the instrument to local and closes the port/device.
+    void close();
+
+    const GpibStatus& status() const { return status_; }
+    Clock& clock() { return clock_; }
+
+private:
+    void copy_status();
+    bool ensure_registered();
+
+    Clock& clock_;
+    Prompts& prompts_;
+    Interface interface_ = Interface::None;
+    std::unique_ptr<SerialPort> serial_;
+    std::unique_ptr<GpibDriver> gpib_;
+    int device_ = -1;
+    bool registered_ = false;
+    GpibStatus status_;
+};
+
+}  // namespace kelvara
