@@ -1,0 +1,54 @@
+// Connection options shared by the instrument subcommands:
+//   --model M (--serial PATH | --port N | --gpib ADDR [--gpib-library PATH] | --simulate)
+// and the link they open, as the communication dialog's CONTINUE would.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "cli_commands.h"
+#include "curve/prompts.h"
+#include "link/instrument_link.h"
+#include "link/setup_choices.h"
+
+namespace kelvara::sim {
+class Instrument;
+}
+
+namespace kelvara::cli {
+
+struct ConnectionOptions {
+    InstrumentModel model = InstrumentModel::Invalid;
+    Interface interface = Interface::None;
+    std::string serial_device;  // --serial PATH
+    int serial_port = 0;        // --port N
+    int gpib_address = 0;       // --gpib ADDR
+    std::string gpib_library;   // --gpib-library PATH
+    bool simulate = false;      // --simulate: an in-process simulated instrument
+};
+
+// Takes the connection options (and --model) out of args; returns a usage message on error.
+std::optional<std::string> parse_connection_options(Args& args, ConnectionOptions& out);
+
+// The opened link. open() runs setup_488 or setup_rs232 with the real clock and returns true
+// when the link is open (interface not None afterwards).
+class Connection {
+public:
+    Connection(const ConnectionOptions& options, Prompts& prompts);
+    ~Connection();
+    bool open();
+    SetupChoices& setup() { return setup_; }
+    InstrumentLink& link() { return *link_; }
+    sim::Instrument* simulated() { return simulated_.get(); }  // with --simulate
+
+private:
+    ConnectionOptions options_;
+    Prompts& prompts_;
+    SetupChoices setup_;
+    std::unique_ptr<Clock> clock_;
+    std::unique_ptr<InstrumentLink> link_;
+    std::unique_ptr<sim::Instrument> simulated_;
+};
+
+}  // namespace kelvara::cli

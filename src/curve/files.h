@@ -1,0 +1,66 @@
+// Curve files: the five readers and writers and the extension dispatch of the file commands.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include "curve/curve_record.h"
+#include "curve/header_fields.h"
+#include "curve/prompts.h"
+
+namespace kelvara {
+
+// A reader or writer failed (cannot open, ends early, malformed). The window ends the command
+// quietly; the command-line tool prints what() and exits 1.
+class FileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Readers: on success the record and fields hold the file's curve. On failure they throw
+// FileError and leave record and fields exactly as they were before the read. The .DUN and .HOX
+// readers show "Bad file format." themselves before throwing.
+void read_taz_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                        Prompts& prompts);
+void read_tza_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                        Prompts& prompts);
+void read_nav_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                        Prompts& prompts);
+void read_dun_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                        Prompts& prompts);
+void read_hox_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                        Prompts& prompts);
+
+// Writers: apply the "no name"/"no number" replacements (and the .DUN serial cut) to the
+// fields, recompute what the layout needs, write the whole file or throw FileError.
+void write_taz_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                         Prompts& prompts);
+void write_tza_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                         Prompts& prompts);
+void write_nav_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                         Prompts& prompts);
+void write_dun_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                         Prompts& prompts);
+void write_hox_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
+                         Prompts& prompts);
+
+// The open/save dialogs' filter for a model ("*.TAZ|*.TAZ|*.TZA|*.TZA"); for an unknown model
+// shows "Invalid instrument model number." and returns "".
+std::string file_filter(InstrumentModel model, Prompts& prompts);
+
+enum class FileCommandResult {
+    Done,       // the reader or writer ran to the end
+    WrongType,  // the wrong-file-type message was shown; nothing read or written
+    Failed,     // the reader or writer failed (message shown only by .DUN/.HOX readers)
+};
+
+// Dispatch by the last three characters of the path, any case. `reason` receives a one-line
+// explanation of a failure for front ends that report one (the window stays quiet).
+FileCommandResult read_curve_file(const std::string& path, InstrumentModel model,
+                                  CurveRecord& curve, HeaderFields& fields, Prompts& prompts,
+                                  std::string* reason = nullptr);
+FileCommandResult write_curve_file(const std::string& path, InstrumentModel model,
+                                   CurveRecord& curve, HeaderFields& fields, Prompts& prompts,
+                                   std::string* reason = nullptr);
+
+}  // namespace kelvara
