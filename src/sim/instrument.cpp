@@ -1,0 +1,219 @@
+#include "sim/instrument.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "curve/number_format.h"
+#include "sim/command_sets.h"
+
+namespace kelvara::sim {
+
+namespace {
+
+std::string trimmed(const std::string& text) {
+    const auto first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string::npos) return {};
+    const auto last = text.find_last_not_of(" \t\r\n");
+    return text.substr(first, last - first + 1);
+}
+
+// Printable, without commas or digits, so no reader mistakes it for a real answer.
+constexpr const char* kGarbage = "#?@!~%&*GARBLED*&%~!@?#";
+
+}  // namespace
+
+bool Faults::parse(const std::string& text) {
+    Faults f = *this;
+    std::stringstream in(text);
+    std::string item;
+    while (std::getline(in, item, ',')) {
+        item = trimmed(item);
+        if (item.empty()) continue;
+        const auto eq = item.find('=');
+        const std::string key = item.substr(0, eq);
+        const std::string value = eq == std::string::npos ? "" : item.substr(eq + 1);
+        const auto number = [&]() -> std::optional<double> {
+            if (!is_numeric_text(value)) return std::nullopt;
+            return parse_leading_number(value);
+        };
+        const auto whole = [&](int& target) {
+            const auto v = to_int32(value);
+            if (!v || *v < 0) return false;
+            target = *v;
+            return true;
+        };
+        if (key == "silent" && value.empty()) {
+            f.silent = true;
+        } else if (key == "garbage" && value.empty()) {
+            f.garbage = true;
+        } else if (key == "split") {
+            if (!whole(f.split_pieces)) return false;
+        } else if (key == "delay") {
+            const auto v = number();
+            if (!v || *v < 0) return false;
+            f.reply_delay = *v;
+        } else if (key == "clear") {
+            if (!whole(f.clear_failures)) return false;
+        } else if (key == "writefail") {
+            if (!whole(f.write_fails_after)) return false;
+        } else if (key == "cut") {
+            if (!whole(f.cut_after)) return false;
+        } else if (key == "busy") {
+            if (!whole(f.busy_polls)) return false;
+        } else {
+            return false;
+        }
+    }
+    *this = f;
+    return true;
+}
+
+Instrument::Instrument(InstrumentModel model) : model_(model) {
+    const std::string_view shown =
+        model == InstrumentModel::QUA_RIL ? std::string_view("RIL") : designation(model);
+    identity_ = "TESSALY,MODEL " + std::string(shown) + ",SIM000001,1.0";
+    load_factory_curves();
+}
+
+std::string Instrument::handle(const std::string& command) {
+    ++commands_received_;
+    // A cut line: nothing reaches the instrument any more.
+    if (faults.cut_after >= 0 && commands_received_ > faults.cut_after) return {};
+    // A silent instrument (switched off, wrong line settings) neither hears nor answers.
+    if (faults.silent) return {};
+
+    std::string replies;
+    bool any_reply = false;
+    std::stringstream in(command);
+    std::string part;
+    while (std::getline(in, part, ';')) {
+        part = trimmed(part);
+        if (part.empty()) continue;
+        log_.push_back(part);
+        const Answer answer = handle_one_answer(part);
+        if (answer.kind != Answer::Kind::Reply) continue;
+        if (any_reply) replies += ';';
+        replies += answer.text;
+        any_reply = true;
+    }
+    if (!any_reply) return {};
+    if (faults.garbage) return std::string(kGarbage) + "\r\n";
+    return replies + "\r\n";
+}
+
+Answer Instrument::handle_one_answer(const std::string& command) {
+    const ModelProfile& p = profile(model_);
+    if (command == p.ping) return Answer::reply(identity_);
+    for (auto* handler : {&handle_catalogue_command, &handle_headerpoint_command,
+                          &handle_kcur_command, &handle_hox_command, &handle_xk_command}) {
+        Answer a = handler(*this, command);
+        if (a.kind != Answer::Kind::NotMine) return a;
+    }
+    return Answer::none();
+}
+
+const SimCurve* Instrument::curve(int location) const {
+    const auto it = curves_.find(location);
+    return it == curves_.end() ? nullptr : &it->second;
+}
+
+SimCurve* Instrument::mutable_curve(int location) {
+    const auto it = curves_.find(location);
+    return it == curves_.end() ? nullptr : &it->second;
+}
+
+void Instrument::store(int location, SimCurve curve) {
+    curves_[location] = std::move(curve);
+    ++revision_;
+}
+
+void Instrument::erase(int location) {
+    if (curves_.erase(location) > 0) ++revision_;
+}
+
+bool Instrument::is_location(int location) const {
+    const auto& list = profile(model_).read_locations;
+    return std::find(list.begin(), list.end(), location) != list.end();
+}
+
+bool Instrument::is_writable(int location) const {
+    const auto& list = profile(model_).write_locations;
+    return std::find(list.begin(), list.end(), location) != list.end();
+}
+
+bool Instrument::is_factory(int location) const {
+    return is_location(location) && !is_writable(location);
+}
+
+int Instrument::free_bytes() const {
+    // Each user curve costs a header block plus a fixed record per point.
+    int used = 0;
+    for (const auto& [location, c] : curves_)
+        if (is_writable(location))
+            used += kHeaderBytes + kPointBytes * static_cast<int>(c.points.size());
+    return std::max(0, kMemoryBytes - used);
+}
+
+std::string Instrument::save_state() const {
+    std::string out = "KELVARA-SIM-STATE 1\nMODEL " + std::string(designation(model_)) + "\n";
+    for (const auto& [location, c] : curves_) {
+        if (!is_writable(location)) continue;
+        out += "CURVE " + std::to_string(location) + "\n";
+        out += "NAME " + c.name + "\n";
+        out += "SERIAL " + c.serial + "\n";
+        out += "HEADER " + c.header + "\n";
+        out += "FORMAT " + c.format + "\n";
+        out += "LIMIT " + c.limit + "\n";
+        out += "COEF " + c.coefficient + "\n";
+        for (const auto& pt : c.points) out += "POINT\t" + pt.units + "\t" + pt.temperature + "\n";
+        out += "END\n";
+    }
+    return out;
+}
+
+bool Instrument::load_state(const std::string& text) {
+    std::stringstream in(text);
+    std::string line;
+    if (!std::getline(in, line) || line != "KELVARA-SIM-STATE 1") return false;
+    if (!std::getline(in, line) || line != "MODEL " + std::string(designation(model_)))
+        return false;
+    std::map<int, SimCurve> loaded;
+    SimCurve current;
+    int location = -1;
+    const auto field = [&](const char* key, std::string& target) {
+        const std::string prefix = std::string(key) + " ";
+        if (line.rfind(prefix, 0) != 0) return false;
+        target = line.substr(prefix.size());
+        return true;
+    };
+    while (std::getline(in, line)) {
+        if (location < 0) {
+            if (line.empty()) continue;
+            if (line.rfind("CURVE ", 0) != 0) return false;
+            const auto n = to_int32(line.substr(6));
+            if (!n || !is_writable(*n)) return false;
+            location = *n;
+            current = SimCurve{};
+            continue;
+        }
+        if (line == "END") {
+            loaded[location] = current;
+            location = -1;
+        } else if (line.rfind("POINT\t", 0) == 0) {
+            const auto tab = line.find('\t', 6);
+            if (tab == std::string::npos) return false;
+            current.points.push_back({line.substr(6, tab - 6), line.substr(tab + 1)});
+        } else if (!(field("NAME", current.name) || field("SERIAL", current.serial) ||
+                     field("HEADER", current.header) || field("FORMAT", current.format) ||
+                     field("LIMIT", current.limit) || field("COEF", current.coefficient))) {
+            return false;
+        }
+    }
+    if (location >= 0) return false;
+    std::erase_if(curves_, [&](const auto& entry) { return is_writable(entry.first); });
+    curves_.merge(loaded);
+    ++revision_;
+    return true;
+}
+
+}  // namespace kelvara::sim

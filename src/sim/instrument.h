@@ -1,0 +1,123 @@
+// A simulated Tessaly instrument: it keeps curves at the model's locations and answers the
+// model's command lines the way the instrument does. Transports (sim_transports.h, the pty
+// server, the simulated GPIB library) feed it one command line at a time.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "curve/model_profile.h"
+
+namespace kelvara::sim {
+
+struct Answer;
+
+// One breakpoint as the instrument holds it. The texts are kept exactly as they arrived on the
+// wire so that a curve reads back byte for byte; the numbers serve the instrument's own checks.
+struct SimPoint {
+    std::string units;        // sensor units, wire text ("0.09062")
+    std::string temperature;  // kelvin, wire text ("475.000")
+};
+
+// A stored curve. Which header fields are meaningful depends on the command set:
+//  - header/point: name, serial, format, limit, coefficient;
+//  - KCUR/CURV: name, serial (the text after the name), format (the format character as a
+//    number where the model sends one), points;
+//  - HOX: serial (the SID text, 8 characters), points at the 192 fixed unit slots;
+//  - XK/XC: header (the "hdr" field as sent), format/coefficient from the "N|P" flag, points.
+struct SimCurve {
+    std::string name;
+    std::string serial;
+    std::string header;       // raw header text for command sets that send one field
+    std::string format;       // data-format field as sent ("2", "S", ...)
+    std::string limit;        // setpoint limit as sent ("475.000")
+    std::string coefficient;  // "1"/"2", or "N"/"P"
+    std::vector<SimPoint> points;
+
+    bool operator==(const SimCurve&) const = default;
+};
+
+// Misbehaviour on request, for fault tests and for trying the program's error paths.
+struct Faults {
+    bool silent = false;         // no reply to anything
+    bool garbage = false;        // every reply replaced by unrelated bytes
+    int split_pieces = 0;        // > 1: a reply arrives in that many pieces (serial/pty)
+    double reply_delay = 0;      // seconds before a reply is available
+    int clear_failures = 0;      // device clears that fail before one succeeds
+    int write_fails_after = -1;  // >= 0: GPIB writes after this many good ones fail
+    int cut_after = -1;          // >= 0: the line goes dead after this many commands
+    int busy_polls = 0;          // "BUSY?" answers "1" this many times after each save
+
+    // "silent,garbage,split=3,delay=0.5,clear=2,writefail=4,cut=10,busy=3" (any subset, any
+    // order). Returns false and leaves *this unchanged when an item is not understood.
+    bool parse(const std::string& text);
+};
+
+class Instrument {
+  public:
+    explicit Instrument(InstrumentModel model);
+
+    InstrumentModel model() const { return model_; }
+
+    // The reply line to the identification query (without terminator). Default:
+    // "TESSALY,MODEL <designation>,SIM000001,1.0" ("RIL" for QUA/RIL). A test sets another
+    // text to present a different instrument.
+    void set_identity(std::string identity) { identity_ = std::move(identity); }
+    const std::string& identity() const { return identity_; }
+
+    // Handles one command line as received (no terminator). Returns the reply including the
+    // terminator "\r\n", or "" when the command has no reply (or the instrument is silent).
+    // Several commands joined by ";" are handled in order; their replies are joined by ";".
+    std::string handle(const std::string& command);
+
+    // Stored curves. nullptr when the location is empty or does not exist.
+    const SimCurve* curve(int location) const;
+    void store(int location, SimCurve curve);
+    void erase(int location);
+
+    bool is_location(int location) const;  // a location the model has (read list)
+    bool is_factory(int location) const;   // readable but not writable
+    bool is_writable(int location) const;
+
+    // Every command received (after splitting at ";"), oldest first.
+    const std::vector<std::string>& log() const { return log_; }
+    void clear_log() { log_.clear(); }
+    int commands_received() const { return commands_received_; }
+
+    Faults faults;
+
+    // Bytes of curve memory left, shrinking with stored points (catalogue and "FREE?").
+    int free_bytes() const;
+    static constexpr int kMemoryBytes = 16384;
+    static constexpr int kHeaderBytes = 64;
+    static constexpr int kPointBytes = 16;
+
+    // Changes whenever a stored curve changes (lets a host persist state only when needed).
+    unsigned revision() const { return revision_; }
+
+    // The user curves as text (one block per location), and back. load_state replaces the user
+    // curves; false when the text is malformed (nothing changed then).
+    std::string save_state() const;
+    bool load_state(const std::string& text);
+
+    // Mutable access for the command-set handlers.
+    SimCurve* mutable_curve(int location);
+    int& busy_counter() { return busy_counter_; }
+    void touch() { ++revision_; }
+
+  private:
+    Answer handle_one_answer(const std::string& command);
+    void load_factory_curves();
+
+    InstrumentModel model_;
+    std::string identity_;
+    std::map<int, SimCurve> curves_;
+    std::vector<std::string> log_;
+    int commands_received_ = 0;
+    int busy_counter_ = 0;
+    unsigned revision_ = 0;
+};
+
+}  // namespace kelvara::sim

@@ -1,0 +1,159 @@
+#include "sim/sim_transports.h"
+
+#include <algorithm>
+
+namespace kelvara::sim {
+
+SimSerialPort::SimSerialPort(Instrument& instrument, Clock& clock)
+    : instrument_(instrument), clock_(clock) {}
+
+bool SimSerialPort::open(int, const std::string&, const SerialSettings& settings) {
+    if (!can_open) return false;
+    settings_ = settings;
+    open_ = true;
+    partial_.clear();
+    pending_.clear();
+    return true;
+}
+
+void SimSerialPort::close() {
+    open_ = false;
+    partial_.clear();
+    pending_.clear();
+}
+
+void SimSerialPort::discard_input() {
+    // Only what has already arrived is thrown away; a slow reply still on its way survives.
+    const double now = clock_.now();
+    std::erase_if(pending_, [&](const Pending& p) { return p.ready_at <= now; });
+}
+
+void SimSerialPort::write(const std::string& bytes) {
+    if (!open_) return;
+    for (char c : bytes) {
+        if (c != '\r' && c != '\n') {
+            partial_ += c;
+            continue;
+        }
+        if (partial_.empty()) continue;  // the LF of a CR LF pair
+        const std::string reply = instrument_.handle(partial_);
+        partial_.clear();
+        if (reply.empty()) continue;
+        const Faults& f = instrument_.faults;
+        const double ready = clock_.now() + f.reply_delay;
+        const int pieces = std::clamp(f.split_pieces, 1, static_cast<int>(reply.size()));
+        const std::size_t size = reply.size() / static_cast<std::size_t>(pieces);
+        // Pieces come one clock step apart, so a reader that stops at the first piece fails.
+        for (int i = 0; i < pieces; ++i) {
+            const std::size_t start = size * static_cast<std::size_t>(i);
+            const std::size_t length = i + 1 == pieces ? std::string::npos : size;
+            pending_.push_back({ready + 0.001 * i, reply.substr(start, length)});
+        }
+    }
+}
+
+std::string SimSerialPort::take_input() {
+    std::string out;
+    const double now = clock_.now();
+    // Only the pieces whose time has come, in order; a later piece waits for the next call.
+    while (!pending_.empty() && pending_.front().ready_at <= now) {
+        out += pending_.front().text;
+        pending_.pop_front();
+        if (instrument_.faults.split_pieces > 1) break;
+    }
+    return out;
+}
+
+std::string SimSerialPort::device_name(int port) const {
+    return "simulated port " + std::to_string(port);
+}
+
+SimGpibDriver::SimGpibDriver(Instrument& instrument, Clock& clock, int address)
+    : instrument_(instrument), clock_(clock), address_(address) {}
+
+double gpib_timeout_seconds(int code) {
+    static constexpr double kSeconds[] = {0,    10e-6, 30e-6, 100e-6, 300e-6, 1e-3,
+                                          3e-3, 10e-3, 30e-3, 100e-3, 300e-3, 1,
+                                          3,    10,    30,    100,    300,    1000};
+    if (code < 0 || code >= static_cast<int>(std::size(kSeconds))) return 0;
+    return kSeconds[code];
+}
+
+int SimGpibDriver::finish(int ibsta, int iberr, long count) {
+    status_.ibsta = static_cast<std::int16_t>(ibsta);
+    status_.iberr = static_cast<std::int16_t>(iberr);
+    status_.ibcnt = static_cast<std::int16_t>(count);
+    status_.ibcntl = static_cast<std::int32_t>(count);
+    return ibsta;
+}
+
+bool SimGpibDriver::valid(int ud) const {
+    return device_ >= 0 && ud == device_;
+}
+
+int SimGpibDriver::ibdev(int board, int pad, int, int tmo, int, int) {
+    if (board != 0 || pad < 0 || pad > 30 || (address_ >= 0 && pad != address_))
+        return finish(ERR, EARG, 0), -1;
+    timeout_ = gpib_timeout_seconds(tmo);
+    device_ = 16 + pad;
+    reply_.clear();
+    finish(CMPL, 0, 0);
+    return device_;
+}
+
+int SimGpibDriver::ibclr(int ud) {
+    if (!valid(ud)) return finish(ERR, EDVR, 0);
+    if (instrument_.faults.silent) return finish(ERR, ENOL, 0);
+    if (clears_failed_ < instrument_.faults.clear_failures) {
+        ++clears_failed_;
+        return finish(ERR, ENOL, 0);
+    }
+    reply_.clear();
+    return finish(CMPL, 0, 0);
+}
+
+int SimGpibDriver::ibwrt(int ud, const char* buffer, long count) {
+    if (!valid(ud) || !buffer || count < 0) return finish(ERR, EARG, 0);
+    const Faults& f = instrument_.faults;
+    if (f.silent) return finish(ERR | TIMO, ENOL, 0);
+    if (f.write_fails_after >= 0 && writes_ >= f.write_fails_after) return finish(ERR, ENOL, 0);
+    ++writes_;
+    std::string command(buffer, static_cast<std::size_t>(count));
+    if (command.size() >= 2 && command.ends_with("\r\n"))
+        command.resize(command.size() - 2);
+    else if (!command.empty() && command.back() == '\n')
+        command.pop_back();
+    // A new command replaces an answer nobody read, as a real talker's output buffer does.
+    reply_ = instrument_.handle(command);
+    reply_ready_at_ = clock_.now() + f.reply_delay;
+    return finish(CMPL, 0, count);
+}
+
+int SimGpibDriver::ibrd(int ud, char* buffer, long count) {
+    if (!valid(ud) || !buffer || count < 0) return finish(ERR, EARG, 0);
+    const double wait = reply_ready_at_ - clock_.now();
+    if (reply_.empty() || (wait > timeout_ && timeout_ > 0)) {
+        // Nothing to talk: the read times out.
+        if (timeout_ > 0) clock_.pause(timeout_);
+        return finish(ERR | TIMO, EABO, 0);
+    }
+    if (wait > 0) clock_.pause(wait);
+    const std::size_t n = std::min(reply_.size(), static_cast<std::size_t>(count));
+    std::copy_n(reply_.data(), n, buffer);
+    reply_.erase(0, n);
+    return finish(CMPL | (reply_.empty() ? END : 0), 0, static_cast<long>(n));
+}
+
+int SimGpibDriver::ibloc(int ud) {
+    if (!valid(ud)) return finish(ERR, EDVR, 0);
+    return finish(CMPL, 0, 0);
+}
+
+int SimGpibDriver::ibonl(int ud, int online) {
+    if (!valid(ud)) return finish(ERR, EDVR, 0);
+    if (!online) device_ = -1;
+    reply_.clear();
+    return finish(CMPL, 0, 0);
+}
+
+}  // namespace kelvara::sim

@@ -1,0 +1,99 @@
+// The simulated instrument behind the link's two transport seams, so the link and every
+// instrument procedure run unchanged against it (tests, --simulate).
+#pragma once
+
+#include <deque>
+#include <string>
+
+#include "link/clock.h"
+#include "link/gpib_driver.h"
+#include "link/serial_port.h"
+#include "sim/instrument.h"
+
+namespace kelvara::sim {
+
+// Bytes written are cut into lines at CR or LF; each line goes to the instrument and its reply
+// becomes available to take_input() once the fault delay has passed on the clock, in pieces
+// when the instrument is told to split replies.
+class SimSerialPort : public SerialPort {
+  public:
+    SimSerialPort(Instrument& instrument, Clock& clock);
+
+    bool open(int port, const std::string& device, const SerialSettings& settings) override;
+    void close() override;
+    bool is_open() const override { return open_; }
+    void discard_input() override;
+    void write(const std::string& bytes) override;
+    std::string take_input() override;
+    std::string device_name(int port) const override;
+
+    // Settings of the last open(), for tests.
+    const SerialSettings& settings() const { return settings_; }
+    // Set false to make open() fail (a port that does not exist).
+    bool can_open = true;
+
+  private:
+    struct Pending {
+        double ready_at;
+        std::string text;
+    };
+    Instrument& instrument_;
+    Clock& clock_;
+    bool open_ = false;
+    SerialSettings settings_;
+    std::string partial_;
+    std::deque<Pending> pending_;
+};
+
+// One device on a simulated bus. ibwrt hands the whole buffer to the instrument as one command
+// (a trailing CR LF is dropped); ibrd returns the pending reply, at most count bytes at a time.
+class SimGpibDriver : public GpibDriver {
+  public:
+    // address: the only primary address that answers, or -1 for any address.
+    SimGpibDriver(Instrument& instrument, Clock& clock, int address = -1);
+
+    int register_globals() override { return 0; }
+    void unregister_globals() override {}
+    int ibdev(int board, int pad, int sad, int tmo, int eot, int eos) override;
+    int ibclr(int ud) override;
+    int ibwrt(int ud, const char* buffer, long count) override;
+    int ibrd(int ud, char* buffer, long count) override;
+    int ibloc(int ud) override;
+    int ibonl(int ud, int online) override;
+    std::int32_t thread_ibsta() override { return status_.ibsta; }
+    std::int32_t thread_iberr() override { return status_.iberr; }
+    std::int32_t thread_ibcntl() override { return status_.ibcntl; }
+
+    const GpibStatus& status() const { return status_; }
+    int writes() const { return writes_; }
+
+    // Status bits and error codes as NI-488.2 defines them.
+    static constexpr int CMPL = 0x0100;
+    static constexpr int END = 0x2000;
+    static constexpr int TIMO = 0x4000;
+    static constexpr int ERR = 0x8000;
+    static constexpr int EDVR = 0;
+    static constexpr int EARG = 4;
+    static constexpr int EABO = 6;
+    static constexpr int ENOL = 2;
+
+  private:
+    int finish(int ibsta, int iberr, long count);
+    bool valid(int ud) const;
+
+    Instrument& instrument_;
+    Clock& clock_;
+    int address_;
+    int device_ = -1;
+    double timeout_ = 10;
+    int writes_ = 0;
+    int clears_failed_ = 0;
+    std::string reply_;
+    double reply_ready_at_ = 0;
+    GpibStatus status_;
+};
+
+// Seconds of an NI-488.2 timeout code (T10s = 13 -> 10); 0 for "no timeout".
+double gpib_timeout_seconds(int code);
+
+}  // namespace kelvara::sim

@@ -1,0 +1,9 @@
+#include "sim/command_sets.h"
+
+namespace kelvara::sim {
+
+Answer handle_xk_command(Instrument&, const std::string&) {
+    return Answer::not_mine();
+}
+
+}  // namespace kelvara::sim
