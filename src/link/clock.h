@@ -8,29 +8,29 @@
 namespace kelvara {
 
 class Clock {
-public:
+  public:
     virtual ~Clock() = default;
-    virtual double now() = 0;                 // seconds, monotonic
-    virtual void pause(double seconds) = 0;   // busy wait: the user interface is not serviced
+    virtual double now() = 0;                // seconds, monotonic
+    virtual void pause(double seconds) = 0;  // busy wait: the user interface is not serviced
     // One pass of the event loop while a serial reply is awaited; the virtual clock advances by a
     // small step instead so that a silent instrument times out.
     virtual void yield() = 0;
 };
 
 class RealClock : public Clock {
-public:
+  public:
     // events: called by yield() to let the GUI/serial port deliver data (may be empty).
     explicit RealClock(std::function<void()> events = {});
     double now() override;
     void pause(double seconds) override;
     void yield() override;
 
-private:
+  private:
     std::function<void()> events_;
 };
 
 class VirtualClock : public Clock {
-public:
+  public:
     double now() override { return now_; }
     void pause(double seconds) override;
     void yield() override { now_ += yield_step; }
@@ -40,7 +40,7 @@ public:
     double yield_step = 0.01;
     double total_paused() const;
 
-private:
+  private:
     double now_ = 0;
 };
 

@@ -18,7 +18,7 @@ struct GpibStatus {
 };
 
 class GpibDriver {
-public:
+  public:
     virtual ~GpibDriver() = default;
     // 0 registered, 1 already registered, 2/3 failures (libraries without registration: 0).
     virtual int register_globals() = 0;
@@ -37,6 +37,7 @@ public:
 
 // Loads the library: `path` when not empty, else libgpib.so.0, libgpibapi.so.1, libgpibapi.so.
 // nullptr (and `error` set) when none can be loaded or it lacks the calls.
-std::unique_ptr<GpibDriver> load_gpib_library(const std::string& path, std::string* error = nullptr);
+std::unique_ptr<GpibDriver> load_gpib_library(const std::string& path,
+                                              std::string* error = nullptr);
 
 }  // namespace kelvara

@@ -13,7 +13,7 @@
 namespace kelvara {
 
 class InstrumentLink {
-public:
+  public:
     InstrumentLink(Clock& clock, Prompts& prompts);
     ~InstrumentLink();
 
@@ -39,15 +39,22 @@ public:
     bool send_command_rs232(const std::string& text, bool clear_input);
     std::string read_reply_rs232();
 
-    // Returns the instrument to local and closes the port/device.
+    // Returns the instrument to local and closes the port/device; the interface becomes None.
     void close();
+
+    // The serial port in use (may be null), e.g. for showing which device was opened.
+    SerialPort* serial_port() { return serial_.get(); }
 
     const GpibStatus& status() const { return status_; }
     Clock& clock() { return clock_; }
 
-private:
+  private:
     void copy_status();
     bool ensure_registered();
+    void set_error_status();
+    void fail_gpib(SetupChoices& choices, const std::string& text);
+    void fail_rs232(SetupChoices& choices, const std::string& text);
+    std::string collect_serial_reply();
 
     Clock& clock_;
     Prompts& prompts_;
@@ -56,7 +63,12 @@ private:
     std::unique_ptr<GpibDriver> gpib_;
     int device_ = -1;
     bool registered_ = false;
+    bool registration_failed_ = false;  // the driver's status cannot be seen: it stays at ERR
     GpibStatus status_;
 };
+
+// The identification rule: "*IDN?" models look for one of their names in the reply's second
+// comma-separated field; "W2" models accept any reply holding a comma. No profile: refused.
+bool identification_accepted(const ModelProfile* profile, const std::string& reply);
 
 }  // namespace kelvara

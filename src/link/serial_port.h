@@ -4,13 +4,14 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "curve/model_profile.h"
 
 namespace kelvara {
 
 class SerialPort {
-public:
+  public:
     virtual ~SerialPort() = default;
     // port: 1..16, or a device path in `device` that wins. False when the port cannot be opened.
     virtual bool open(int port, const std::string& device, const SerialSettings& settings) = 0;
@@ -24,8 +25,16 @@ public:
     virtual std::string device_name(int port) const = 0;
 };
 
-// The Linux device that serial port n of the window reaches: /dev/ttyS(n-1), or /dev/ttyUSB(k)
-// style devices listed first when present. Deterministic for a given machine.
+// The Linux device that serial port n of the window reaches: the n-th of the machine's serial
+// devices, USB adapters first (/dev/ttyUSB0, 1, ..., then /dev/ttyACM0, 1, ..., then /dev/ttyS0,
+// 1, ...), each group in numeric order. So on a machine without adapters port 1 is /dev/ttyS0,
+// and a plugged-in adapter becomes port 1. "" when there is no such port.
 std::string serial_device_for_port(int port);
+std::string serial_device_for_port(int port, const std::vector<std::string>& devices);
+
+// The serial devices present in `dir` (normally /dev) in the order above, as full paths.
+std::vector<std::string> serial_devices(const std::string& dir = "/dev");
+// The same order applied to a list of device names.
+void sort_serial_devices(std::vector<std::string>& devices);
 
 }  // namespace kelvara

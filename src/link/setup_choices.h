@@ -13,8 +13,8 @@ enum class Interface : int { GPIB = 0, RS232 = 1, None = 2 };
 struct SetupChoices {
     InstrumentModel model = InstrumentModel::DAL;
     Interface interface = Interface::None;
-    int gpib_address = 12;   // 1..32
-    int serial_port = 1;     // 1..16
+    int gpib_address = 12;  // 1..32
+    int serial_port = 1;    // 1..16
     bool simple_installation = true;
     bool proceed = false;
 

@@ -1,0 +1,107 @@
+#include "link/qt/qt_serial_port.h"
+
+namespace kelvara {
+
+namespace {
+
+QSerialPort::Parity parity_of(char p) {
+    switch (p) {
+        case 'E':
+            return QSerialPort::EvenParity;
+        case 'N':
+            return QSerialPort::NoParity;
+        case 'M':
+            return QSerialPort::MarkParity;
+        case 'S':
+            return QSerialPort::SpaceParity;
+        default:
+            return QSerialPort::OddParity;
+    }
+}
+
+QSerialPort::DataBits data_bits_of(int bits) {
+    switch (bits) {
+        case 5:
+            return QSerialPort::Data5;
+        case 6:
+            return QSerialPort::Data6;
+        case 7:
+            return QSerialPort::Data7;
+        default:
+            return QSerialPort::Data8;
+    }
+}
+
+// How long take_input() waits for the first byte: short, so that the reply loop's time-out and
+// the window stay responsive, long enough not to spin.
+constexpr int kInputWaitMs = 10;
+constexpr int kWriteWaitMs = 2000;
+
+}  // namespace
+
+QtSerialPort::QtSerialPort() = default;
+
+QtSerialPort::~QtSerialPort() {
+    close();
+}
+
+bool QtSerialPort::open(int port, const std::string& device, const SerialSettings& settings) {
+    close();
+    opened_ = device.empty() ? serial_device_for_port(port) : device;
+    if (opened_.empty()) {
+        error_ = "no serial port " + std::to_string(port) + " on this machine";
+        return false;
+    }
+    port_.setPortName(QString::fromStdString(opened_));
+    if (!port_.open(QIODevice::ReadWrite)) {
+        error_ = opened_ + ": " + port_.errorString().toStdString();
+        return false;
+    }
+    const bool ok =
+        port_.setBaudRate(settings.baud) && port_.setParity(parity_of(settings.parity)) &&
+        port_.setDataBits(data_bits_of(settings.data_bits)) &&
+        port_.setStopBits(settings.stop_bits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop) &&
+        port_.setFlowControl(QSerialPort::NoFlowControl);
+    if (!ok) {
+        error_ = opened_ + ": " + port_.errorString().toStdString();
+        port_.close();
+        return false;
+    }
+    error_.clear();
+    return true;
+}
+
+void QtSerialPort::close() {
+    if (port_.isOpen()) port_.close();
+}
+
+bool QtSerialPort::is_open() const {
+    return port_.isOpen();
+}
+
+void QtSerialPort::discard_input() {
+    if (!port_.isOpen()) return;
+    port_.readAll();  // what Qt has already buffered
+    port_.clear(QSerialPort::Input);
+}
+
+void QtSerialPort::write(const std::string& bytes) {
+    if (!port_.isOpen()) return;
+    port_.write(bytes.data(), static_cast<qint64>(bytes.size()));
+    // The procedures pause right after a command: the bytes must be on the line by then.
+    while (port_.bytesToWrite() > 0 && port_.waitForBytesWritten(kWriteWaitMs)) {
+    }
+}
+
+std::string QtSerialPort::take_input() {
+    if (!port_.isOpen()) return {};
+    if (port_.bytesAvailable() == 0) port_.waitForReadyRead(kInputWaitMs);
+    const QByteArray data = port_.readAll();
+    return std::string(data.constData(), static_cast<std::size_t>(data.size()));
+}
+
+std::string QtSerialPort::device_name(int port) const {
+    return serial_device_for_port(port);
+}
+
+}  // namespace kelvara
