@@ -17,7 +17,7 @@ struct CurveRecord {
     int data_format = 0;              // DataFormat code, as last written or read
     int temperature_coefficient = 1;  // 1 negative, 2 positive
     int nav_format_code = 0;
-    std::string dun_format_char;      // one character or empty
+    std::string dun_format_char;  // one character or empty
     std::int32_t breakpoint_count = 0;
     std::int32_t max_breakpoints = 0;
     // Both hold max_breakpoints + 1 slots; the last is a spare that no point occupies.

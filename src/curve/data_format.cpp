@@ -5,9 +5,9 @@
 namespace kelvara {
 
 namespace {
-constexpr std::array<std::string_view, 5> kNames = {
-    "MilliVolts vs. Kelvin", "Volts vs. Kelvin", "Ohms vs. Kelvin", "Log Ohms vs. Kelvin",
-    "Log Ohms vs. Log Kelvin"};
+constexpr std::array<std::string_view, 5> kNames = {"MilliVolts vs. Kelvin", "Volts vs. Kelvin",
+                                                    "Ohms vs. Kelvin", "Log Ohms vs. Kelvin",
+                                                    "Log Ohms vs. Log Kelvin"};
 }
 
 std::string_view data_format_name(int code) {

@@ -13,7 +13,7 @@ namespace kelvara {
 // A reader or writer failed (cannot open, ends early, malformed). The window ends the command
 // quietly; the command-line tool prints what() and exits 1.
 class FileError : public std::runtime_error {
-public:
+  public:
     using std::runtime_error::runtime_error;
 };
 

@@ -17,25 +17,26 @@ struct ListField {
     int selected = -1;  // -1: nothing selected
     bool visible = true;
 
-    std::string text() const;              // the selected entry, or ""
+    std::string text() const;                  // the selected entry, or ""
     int find(const std::string& entry) const;  // first position with exactly this text, or -1
 };
 
-inline const std::vector<std::string> kSetpointEntries = {"325", "375", "475", "800", "999", "1273"};
+inline const std::vector<std::string> kSetpointEntries = {"325", "375", "475",
+                                                          "800", "999", "1273"};
 inline const std::vector<std::string> kInterpolationEntries = {"Lagrangian", "Straight Line",
                                                                "Unknown"};
 
 struct HeaderFields {
-    std::string name;                 // Text31
+    std::string name;  // Text31
     bool name_visible = true;
     std::string serial_number;        // Text32
     std::string data_format_caption;  // Label4
     ListField data_format;            // Combo1: data formats, or the older models' conversions
     std::string setpoint_text;        // Text33 (header/point models and HOX)
     bool setpoint_text_visible = true;
-    ListField setpoint_list;          // Combo5 (older models): "325" .. "1273"
-    ListField interpolation;          // Combo2: "Lagrangian", "Straight Line", "Unknown"
-    bool thermocouple = false;        // Check1
+    ListField setpoint_list;    // Combo5 (older models): "325" .. "1273"
+    ListField interpolation;    // Combo2: "Lagrangian", "Straight Line", "Unknown"
+    bool thermocouple = false;  // Check1
     bool thermocouple_visible = false;
 
     // The fields as the start-up leaves them for a model (lists filled, first entries selected).

@@ -37,8 +37,8 @@ const std::vector<std::string_view> kFiveFormats = {"MilliVolts vs. Kelvin", "Vo
                                                     "Ohms vs. Kelvin", "Log Ohms vs. Kelvin",
                                                     "Log Ohms vs. Log Kelvin"};
 const std::vector<std::string_view> kZekFormats = {"Ohms vs. Kelvin", "Log Ohms vs. Kelvin"};
-const std::vector<std::string_view> kKorConversions = {
-    "No Conversion", "Ohms/100 (e.g., Platinum)", "(MilliVolts+15)*100 (e.g., Thermocouple)"};
+const std::vector<std::string_view> kKorConversions = {"No Conversion", "Ohms/100 (e.g., Platinum)",
+                                                       "(MilliVolts+15)*100 (e.g., Thermocouple)"};
 const std::vector<std::string_view> kLumConversions = {
     "No Conversion", "Ohms/100 (e.g., Platinum)",
     "(MilliVolts+45)*100, Kelvin/2 (e.g., Thermocouple)"};

@@ -10,7 +10,24 @@
 namespace kelvara {
 
 enum class InstrumentModel {
-    DAL, FEN, GIR, HOX, KOR, LUM, MEP, NAV, OBR, PIX, QUA_RIL, TAZ, VEM, WUN, ZEK, KIP, DUN, ELK,
+    DAL,
+    FEN,
+    GIR,
+    HOX,
+    KOR,
+    LUM,
+    MEP,
+    NAV,
+    OBR,
+    PIX,
+    QUA_RIL,
+    TAZ,
+    VEM,
+    WUN,
+    ZEK,
+    KIP,
+    DUN,
+    ELK,
     Invalid,
 };
 
@@ -46,10 +63,10 @@ struct ModelProfile {
     bool gpib_allowed;  // false: the communication dialog disables GPIB and preselects RS-232
 
     // Identification.
-    std::string_view ping;                         // "*IDN?" or "W2"
-    bool gpib_ping_listed;                         // false: GPIB opening first says the model is unknown
-    std::vector<std::string_view> accepted_ids;    // substrings of the *IDN? model field
-    bool ping_reply_needs_comma;                   // W2 instruments: any reply holding a comma passes
+    std::string_view ping;  // "*IDN?" or "W2"
+    bool gpib_ping_listed;  // false: GPIB opening first says the model is unknown
+    std::vector<std::string_view> accepted_ids;  // substrings of the *IDN? model field
+    bool ping_reply_needs_comma;                 // W2 instruments: any reply holding a comma passes
     SerialSettings serial;
 
     // Main-window configuration.

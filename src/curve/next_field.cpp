@@ -3,7 +3,9 @@
 namespace kelvara {
 
 namespace {
-bool is_separator(char c) { return c == ' ' || c == '\t' || c == ',' || c == '\r' || c == '\n'; }
+bool is_separator(char c) {
+    return c == ' ' || c == '\t' || c == ',' || c == '\r' || c == '\n';
+}
 }  // namespace
 
 std::string next_field(std::string_view line, int& position) {

@@ -77,7 +77,9 @@ FixedParts fixed_parts(double magnitude, int places) {
     return p;
 }
 
-bool is_placeholder(char c) { return c == '0' || c == '#'; }
+bool is_placeholder(char c) {
+    return c == '0' || c == '#';
+}
 
 // Formats |value| with a fixed picture made of an optional literal prefix, integer
 // placeholders, an optional "." and fraction placeholders. Returns the text and whether
@@ -90,7 +92,8 @@ std::string format_fixed(double magnitude, std::string_view picture, bool& all_z
     std::string_view body = picture.substr(first);
     size_t dot = body.find('.');
     std::string_view int_pic = body.substr(0, dot);
-    std::string_view frac_pic = dot == std::string_view::npos ? std::string_view() : body.substr(dot + 1);
+    std::string_view frac_pic =
+        dot == std::string_view::npos ? std::string_view() : body.substr(dot + 1);
 
     int min_int = 0;
     for (char c : int_pic)
@@ -161,7 +164,9 @@ std::string format_scientific(double magnitude, std::string_view picture, size_t
     return mant + letter + sign + exp_digits;
 }
 
-bool is_sep_blank(char c) { return c == ' ' || c == '\t'; }
+bool is_sep_blank(char c) {
+    return c == ' ' || c == '\t';
+}
 
 // Length of the numeric prefix of s (sign, digits, point, exponent); 0 if none.
 size_t numeric_prefix(std::string_view s, bool& has_digits) {
@@ -233,13 +238,13 @@ std::string FormatNoLocale(double value, std::string_view picture) {
 }
 
 std::string format_sensor_units(double value) {
-    const char* picture = value < 0.999995   ? ".000000"
-                          : value < 9.99995  ? "0.00000"
-                          : value < 99.9995  ? "00.0000"
-                          : value < 999.995  ? "000.000"
-                          : value < 9999.95  ? "0000.00"
-                          : value < 99999.5  ? "00000.0"
-                                             : "000000.";
+    const char* picture = value < 0.999995  ? ".000000"
+                          : value < 9.99995 ? "0.00000"
+                          : value < 99.9995 ? "00.0000"
+                          : value < 999.995 ? "000.000"
+                          : value < 9999.95 ? "0000.00"
+                          : value < 99999.5 ? "00000.0"
+                                            : "000000.";
     return FormatNoLocale(value, picture);
 }
 

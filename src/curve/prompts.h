@@ -10,7 +10,7 @@ namespace kelvara {
 inline constexpr const char* kAppTitle = "Tessaly Kelvara";
 
 class Prompts {
-public:
+  public:
     virtual ~Prompts() = default;
     // A message box with an OK button only.
     virtual void message(const std::string& text, const std::string& title = kAppTitle) = 0;
@@ -20,7 +20,7 @@ public:
 
 // Records what was shown; answers questions from a queue (No when it runs dry).
 class RecordingPrompts : public Prompts {
-public:
+  public:
     struct Shown {
         std::string text;
         std::string title;
@@ -48,7 +48,7 @@ public:
 
 // The refresh operations of the window: graph and grid.
 class Views {
-public:
+  public:
     virtual ~Views() = default;
     virtual void update_graph() {}
     virtual void update_graph_series2() {}
