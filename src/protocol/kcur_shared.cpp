@@ -1,0 +1,156 @@
+#include "protocol/kcur_shared.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+
+#include "curve/next_field.h"
+#include "curve/number_format.h"
+
+namespace kelvara {
+
+namespace {
+
+// Setpoint limits in list order and their one-character codes.
+constexpr std::array<std::pair<const char*, char>, 6> kSetpointCodes = {{
+    {"325", '0'},
+    {"375", '1'},
+    {"475", '2'},
+    {"800", '3'},
+    {"999", '4'},
+    {"1273", '9'},
+}};
+
+// Everything after the first comma ("" when there is none).
+std::string after_comma(const std::string& text) {
+    const auto pos = text.find(',');
+    return pos == std::string::npos ? std::string() : text.substr(pos + 1);
+}
+
+void select_first(ListField& list) {
+    list.selected = list.entries.empty() ? -1 : 0;
+}
+
+}  // namespace
+
+std::string setpoint_code_of(const HeaderFields& header) {
+    const std::string limit = header.setpoint_list.text();
+    for (const auto& [text, code] : kSetpointCodes)
+        if (limit == text) return std::string(1, code);
+    return "0";
+}
+
+void select_setpoint_from_code(HeaderFields& header, char code) {
+    for (const auto& [text, c] : kSetpointCodes) {
+        if (c != code) continue;
+        const int pos = header.setpoint_list.find(text);
+        if (pos >= 0) header.setpoint_list.selected = pos;
+        return;
+    }
+}
+
+std::string curve_number_of_entry(const std::string& entry) {
+    int position = 1;
+    return trim_blanks(next_field(entry, position));
+}
+
+int curve_number_value(const std::string& entry) {
+    const double v = parse_leading_number(curve_number_of_entry(entry));
+    return std::isfinite(v) && std::fabs(v) < 1e9 ? static_cast<int>(v) : 0;
+}
+
+void report_percent(Progress& progress, int done, int total) {
+    const double percent = total > 0 ? 100.0 * done / total : 100.0;
+    progress.set_label("PERCENT COMPLETED: " + FormatNoLocale(percent, "##0.0") + "%");
+    progress.set_fraction(percent / 100.0);
+}
+
+bool reply_names_curve(const std::string& reply, int n) {
+    const std::string head = reply.substr(0, 2);
+    if (std::none_of(head.begin(), head.end(), [](unsigned char ch) { return std::isdigit(ch); }))
+        return false;
+    return static_cast<int>(parse_leading_number(head)) == n;
+}
+
+std::string name_and_serial_for_wire(HeaderFields& header) {
+    if (header.name.empty()) header.name = "no name";
+    if (header.serial_number.empty()) header.serial_number = "no number";
+    return header.name.substr(0, 9) + header.serial_number.substr(0, 6);
+}
+
+void take_curve_from_reply(Session& s, std::string rest) {
+    HeaderFields& h = s.header;
+    const std::string field = rest.substr(0, rest.find(','));
+    if (field.size() < 9) {
+        h.name = trim_blanks(field);
+        h.serial_number = "no number";
+    } else if (field.find("THERMOCOUPLE") == std::string::npos) {
+        h.name = field.substr(0, 9);
+        h.serial_number = field.substr(9);
+    } else {
+        h.name = "TCOUPLE";
+        h.serial_number = field.substr(field.size() - 3);
+    }
+
+    CurveRecord& c = s.curve;
+    rest = after_comma(rest);
+    if (!rest.empty() && rest[0] == 'N') c.temperature_coefficient = 1;
+    if (!rest.empty() && rest[0] == 'P') c.temperature_coefficient = 2;
+
+    rest = after_comma(rest);
+    const double count_value = parse_leading_number(rest.substr(0, rest.find(',')));
+    rest = after_comma(rest);
+
+    if (c.max_breakpoints <= 0) c.max_breakpoints = max_breakpoints_of(s.setup.model);
+    const std::size_t slots = static_cast<std::size_t>(c.max_breakpoints) + 1;
+    if (c.sensor_units.size() < slots) c.sensor_units.resize(slots, UNUSED_POINT);
+    if (c.temperatures.size() < slots) c.temperatures.resize(slots, UNUSED_POINT);
+
+    // The instrument's first and last pair are its own end points, not part of the curve.
+    const double points = std::clamp(std::isfinite(count_value) ? std::trunc(count_value) - 2 : 0.0,
+                                     0.0, static_cast<double>(c.max_breakpoints));
+    const int n = static_cast<int>(points);
+    int position = 1;
+    next_field(rest, position);
+    next_field(rest, position);
+    for (int i = 0; i < n; ++i) {
+        c.sensor_units[i] = parse_leading_number(next_field(rest, position));
+        c.temperatures[i] = parse_leading_number(next_field(rest, position));
+    }
+    c.breakpoint_count = n;
+    c.clear_unused_slots();
+}
+
+void show_erased_location(Session& s, const std::string& n) {
+    PickLists& p = s.picks;
+    const int at = p.remove.selected;
+    if (at >= 0 && at < static_cast<int>(p.remove.entries.size())) p.remove.entries[at] = n;
+    if (at >= 0 && at < static_cast<int>(p.write.entries.size())) p.write.entries[at] = n;
+    const int value = curve_number_value(n);
+    for (auto& entry : p.read.entries) {
+        if (curve_number_value(entry) == value) {
+            entry = n;
+            break;
+        }
+    }
+    select_first(p.read);
+    select_first(p.write);
+    select_first(p.remove);
+}
+
+std::string older_units_text(double value) {
+    return FormatNoLocale(value, "0.00000");
+}
+std::string older_temperature_text(double value) {
+    return FormatNoLocale(value, "000.0");
+}
+
+bool interface_is_gpib_or_rs232(Session& s) {
+    const Interface i = s.setup.interface;
+    if (i == Interface::GPIB || i == Interface::RS232) return true;
+    s.prompts.message("Invalid communication interface.");
+    return false;
+}
+
+}  // namespace kelvara

@@ -1,0 +1,51 @@
+// Pieces the KCUR/CURV/ECUR and XK/XC/XE/XD command sets have in common: the header field's
+// codes, the one-line curve reply, and the pick lists after an erase.
+#pragma once
+
+#include <string>
+
+#include "protocol/session.h"
+
+namespace kelvara {
+
+// Setpoint code on the wire for the selected setpoint limit ("325" -> "0" ... "1273" -> "9";
+// anything else "0").
+std::string setpoint_code_of(const HeaderFields& header);
+
+// Selects the setpoint limit a code names; an unknown code leaves the list as it was.
+void select_setpoint_from_code(HeaderFields& header, char code);
+
+// The curve number of a pick-list entry: its first token, trimmed.
+std::string curve_number_of_entry(const std::string& entry);
+
+// Curve number as an integer (0 when the entry holds none).
+int curve_number_value(const std::string& entry);
+
+// "PERCENT COMPLETED: " with 100 x done / total, and the fraction for a bar.
+void report_percent(Progress& progress, int done, int total);
+
+// True when the first two characters of a reply hold the number n. An empty or blank reply
+// (a silent instrument, a GPIB read that returned nothing) never matches, not even curve 0.
+bool reply_names_curve(const std::string& reply, int n);
+
+// Fills the window's name and serial fields when empty ("no name", "no number") and returns
+// the name cut to 9 characters followed by the serial number cut to 6.
+std::string name_and_serial_for_wire(HeaderFields& header);
+
+// Reads the part of a curve reply that follows the header's three code characters: the
+// name-and-serial field, the coefficient, the count and the pairs (the instrument's first and
+// last pair are not part of the curve). `rest` starts at the name.
+void take_curve_from_reply(Session& s, std::string rest);
+
+// The pick lists after location n was erased: its entries become the bare number and every
+// list selects its first entry.
+void show_erased_location(Session& s, const std::string& n);
+
+// "0.00000" for sensor units, "000.0" for temperatures.
+std::string older_units_text(double value);
+std::string older_temperature_text(double value);
+
+// The interface check every procedure starts with.
+bool interface_is_gpib_or_rs232(Session& s);
+
+}  // namespace kelvara
