@@ -73,6 +73,11 @@ Instrument::Instrument(InstrumentModel model) : model_(model) {
         model == InstrumentModel::QUA_RIL ? std::string_view("RIL") : designation(model);
     identity_ = "TESSALY,MODEL " + std::string(shown) + ",SIM000001,1.0";
     load_factory_curves();
+    const auto& p = profile(model);
+    memory_bytes = static_cast<int>(p.write_locations.size()) *
+                   (kHeaderBytes + kPointBytes * p.max_breakpoints);
+    if (model == InstrumentModel::HOX)
+        memory_bytes = kHeaderBytes + kPointBytes * p.max_breakpoints;
 }
 
 std::string Instrument::handle(const std::string& command) {
@@ -132,11 +137,13 @@ void Instrument::erase(int location) {
 }
 
 bool Instrument::is_location(int location) const {
+    if (model_ == InstrumentModel::HOX) return location == kHoxLocation;
     const auto& list = profile(model_).read_locations;
     return std::find(list.begin(), list.end(), location) != list.end();
 }
 
 bool Instrument::is_writable(int location) const {
+    if (model_ == InstrumentModel::HOX) return location == kHoxLocation;
     const auto& list = profile(model_).write_locations;
     return std::find(list.begin(), list.end(), location) != list.end();
 }
@@ -151,7 +158,7 @@ int Instrument::free_bytes() const {
     for (const auto& [location, c] : curves_)
         if (is_writable(location))
             used += kHeaderBytes + kPointBytes * static_cast<int>(c.points.size());
-    return std::max(0, kMemoryBytes - used);
+    return std::max(0, memory_bytes - used);
 }
 
 std::string Instrument::save_state() const {

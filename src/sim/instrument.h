@@ -77,6 +77,9 @@ class Instrument {
     void store(int location, SimCurve curve);
     void erase(int location);
 
+    // HOX holds its single curve here; the other models use their read-list numbers.
+    static constexpr int kHoxLocation = 0;
+
     bool is_location(int location) const;  // a location the model has (read list)
     bool is_factory(int location) const;   // readable but not writable
     bool is_writable(int location) const;
@@ -90,9 +93,11 @@ class Instrument {
 
     // Bytes of curve memory left, shrinking with stored points (catalogue and "FREE?").
     int free_bytes() const;
-    static constexpr int kMemoryBytes = 16384;
     static constexpr int kHeaderBytes = 64;
     static constexpr int kPointBytes = 16;
+    // Curve memory of the user locations; by default every user location can hold a full curve.
+    // Tests lower it to try the program's out-of-memory paths.
+    int memory_bytes = 0;
 
     // Changes whenever a stored curve changes (lets a host persist state only when needed).
     unsigned revision() const { return revision_; }
