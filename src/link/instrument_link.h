@@ -44,6 +44,7 @@ class InstrumentLink {
 
     // The serial port in use (may be null), e.g. for showing which device was opened.
     SerialPort* serial_port() { return serial_.get(); }
+    const SerialPort* serial_port() const { return serial_.get(); }
 
     const GpibStatus& status() const { return status_; }
     Clock& clock() { return clock_; }

@@ -34,21 +34,33 @@ std::optional<std::string> parse_connection_options(Args& args, ConnectionOption
 // The opened link. open() runs setup_488 or setup_rs232 with the real clock and returns true
 // when the link is open (interface not None afterwards).
 class Connection {
-public:
+  public:
     Connection(const ConnectionOptions& options, Prompts& prompts);
     ~Connection();
     bool open();
     SetupChoices& setup() { return setup_; }
     InstrumentLink& link() { return *link_; }
     sim::Instrument* simulated() { return simulated_.get(); }  // with --simulate
+    // Why no GPIB library could be loaded ("" when one was, or GPIB was not chosen).
+    const std::string& library_error() const { return library_error_; }
+    // The serial device the link opened or tried ("" for GPIB and --simulate).
+    const std::string& serial_device() const { return serial_device_; }
+    // Why the serial port could not be opened ("" when it was, or was not tried).
+    std::string serial_error() const;
 
-private:
+  private:
     ConnectionOptions options_;
     Prompts& prompts_;
     SetupChoices setup_;
     std::unique_ptr<Clock> clock_;
     std::unique_ptr<InstrumentLink> link_;
     std::unique_ptr<sim::Instrument> simulated_;
+    std::string library_error_;
+    std::string serial_device_;
 };
+
+// The usage text of the connection options, for the subcommands' usage lines.
+inline constexpr const char* kConnectionUsage =
+    "--model M (--serial PATH | --port N | --gpib ADDR [--gpib-library PATH] | --simulate)";
 
 }  // namespace kelvara::cli

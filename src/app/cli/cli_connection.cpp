@@ -1,0 +1,166 @@
+#include "cli_connection.h"
+
+#include <charconv>
+
+#include "link/gpib_driver.h"
+#include "sim/instrument.h"
+#include "sim/sim_transports.h"
+
+#ifdef KELVARA_HAVE_QT_SERIAL
+#include <QCoreApplication>
+
+#include "link/qt/qt_serial_port.h"
+#endif
+
+namespace kelvara::cli {
+
+namespace {
+
+std::optional<int> whole_number(const std::string& text) {
+    int value = 0;
+    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (ec != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+#ifdef KELVARA_HAVE_QT_SERIAL
+// Qt's serial port wants an application object for its notifiers; the command-line tool has
+// none of its own.
+void ensure_qt_application() {
+    if (QCoreApplication::instance() != nullptr) return;
+    static int argc = 1;
+    static char name[] = "kelvara-cli";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication app(argc, argv);
+}
+#endif
+
+}  // namespace
+
+std::optional<std::string> parse_connection_options(Args& args, ConnectionOptions& out) {
+    ConnectionOptions o;
+    std::string model_text;
+    bool have_library = false;
+    int buses = 0;
+    Args rest;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        const bool takes_value = a == "--model" || a == "--serial" || a == "--port" ||
+                                 a == "--gpib" || a == "--gpib-library";
+        if (!takes_value && a != "--simulate") {
+            rest.push_back(a);
+            continue;
+        }
+        if (a == "--simulate") {
+            o.simulate = true;
+            ++buses;
+            continue;
+        }
+        if (i + 1 >= args.size()) return a + " needs a value";
+        const std::string value = args[++i];
+        if (a == "--model") {
+            model_text = value;
+        } else if (a == "--serial") {
+            if (value.empty()) return std::string("--serial needs a device path");
+            o.serial_device = value;
+            o.interface = Interface::RS232;
+            ++buses;
+        } else if (a == "--port") {
+            const auto n = whole_number(value);
+            if (!n || *n < 1 || *n > 16)
+                return "--port takes a serial port number 1 to 16, not '" + value + "'";
+            o.serial_port = *n;
+            o.interface = Interface::RS232;
+            ++buses;
+        } else if (a == "--gpib") {
+            const auto n = whole_number(value);
+            if (!n || *n < 1 || *n > 32)
+                return "--gpib takes a GPIB address 1 to 32, not '" + value + "'";
+            o.gpib_address = *n;
+            o.interface = Interface::GPIB;
+            ++buses;
+        } else {
+            o.gpib_library = value;
+            have_library = true;
+        }
+    }
+    if (model_text.empty()) return std::string("--model is required");
+    const auto model = model_from_designation(model_text);
+    if (!model) return "unknown model '" + model_text + "'";
+    o.model = *model;
+    if (buses != 1)
+        return std::string("choose exactly one of --serial, --port, --gpib and --simulate");
+    if (have_library && o.interface != Interface::GPIB)
+        return std::string("--gpib-library goes with --gpib");
+    if (o.simulate)
+        o.interface = profile(o.model).gpib_allowed ? Interface::GPIB : Interface::RS232;
+    args = std::move(rest);
+    out = std::move(o);
+    return std::nullopt;
+}
+
+Connection::Connection(const ConnectionOptions& options, Prompts& prompts)
+    : options_(options), prompts_(prompts) {
+    setup_.model = options.model;
+    setup_.interface = options.interface;
+    if (options.gpib_address > 0) setup_.gpib_address = options.gpib_address;
+    if (options.serial_port > 0) setup_.serial_port = options.serial_port;
+    setup_.serial_device = options.serial_device;
+    setup_.gpib_library = options.gpib_library;
+    setup_.simple_installation = false;
+    setup_.proceed = true;
+#ifdef KELVARA_HAVE_QT_SERIAL
+    if (setup_.interface == Interface::RS232 && !options.simulate) {
+        ensure_qt_application();
+        clock_ = std::make_unique<RealClock>([] { QCoreApplication::processEvents(); });
+    }
+#endif
+    if (!clock_) clock_ = std::make_unique<RealClock>();
+    link_ = std::make_unique<InstrumentLink>(*clock_, prompts_);
+}
+
+Connection::~Connection() {
+    // The link goes first: closing it still talks to the transports it holds.
+    if (link_) link_->close();
+    link_.reset();
+}
+
+bool Connection::open() {
+    if (options_.simulate) {
+        if (!simulated_) simulated_ = std::make_unique<sim::Instrument>(setup_.model);
+        if (setup_.interface == Interface::GPIB)
+            link_->set_gpib_driver(std::make_unique<sim::SimGpibDriver>(*simulated_, *clock_));
+        else
+            link_->set_serial_port(std::make_unique<sim::SimSerialPort>(*simulated_, *clock_));
+    } else if (setup_.interface == Interface::GPIB) {
+        library_error_.clear();
+        link_->set_gpib_driver(load_gpib_library(setup_.gpib_library, &library_error_));
+    } else if (setup_.interface == Interface::RS232) {
+        serial_device_ = setup_.serial_device.empty() ? serial_device_for_port(setup_.serial_port)
+                                                      : setup_.serial_device;
+#ifdef KELVARA_HAVE_QT_SERIAL
+        link_->set_serial_port(std::make_unique<QtSerialPort>());
+#endif
+    }
+
+    switch (setup_.interface) {
+        case Interface::GPIB:
+            link_->setup_488(setup_);
+            break;
+        case Interface::RS232:
+            link_->setup_rs232(setup_);
+            break;
+        case Interface::None:
+            break;
+    }
+    return setup_.interface != Interface::None;
+}
+
+std::string Connection::serial_error() const {
+#ifdef KELVARA_HAVE_QT_SERIAL
+    if (auto* port = dynamic_cast<const QtSerialPort*>(link_->serial_port())) return port->error();
+#endif
+    return {};
+}
+
+}  // namespace kelvara::cli

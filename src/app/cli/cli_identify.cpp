@@ -1,0 +1,65 @@
+// kelvara-cli identify: opens the link as the communication dialog's CONTINUE does and reports
+// whether the instrument answered as the chosen model.
+#include <iostream>
+
+#include "cli_commands.h"
+#include "cli_connection.h"
+#include "link/serial_port.h"
+
+namespace kelvara::cli {
+
+namespace {
+
+// Message boxes become lines on stderr; questions are answered No, as their default button.
+class IdentifyPrompts : public Prompts {
+  public:
+    void message(const std::string& text, const std::string&) override {
+        std::cerr << text << "\n";
+    }
+    bool ask_yes_no(const std::string& text) override {
+        std::cerr << text << " [No]\n";
+        return false;
+    }
+};
+
+std::string where(const Connection& c, const ConnectionOptions& o, const SetupChoices& s) {
+    if (o.simulate)
+        return std::string("the simulated instrument over ") +
+               (s.interface == Interface::GPIB ? "GPIB" : "RS-232");
+    if (o.interface == Interface::GPIB) return "GPIB address " + std::to_string(s.gpib_address);
+    const std::string settings = profile(s.model).serial.text();
+    if (!o.serial_device.empty()) return c.serial_device() + " (" + settings + ")";
+    return "serial port " + std::to_string(s.serial_port) + ", " + c.serial_device() + " (" +
+           settings + ")";
+}
+
+int identify(const Args& given) {
+    Args args = given;
+    ConnectionOptions options;
+    if (auto error = parse_connection_options(args, options)) {
+        std::cerr << "kelvara-cli identify: " << *error << "\n";
+        return 2;
+    }
+    if (!args.empty()) {
+        std::cerr << "kelvara-cli identify: unexpected argument '" << args.front() << "'\n";
+        return 2;
+    }
+    IdentifyPrompts prompts;
+    Connection connection(options, prompts);
+    const bool open = connection.open();
+    if (!connection.library_error().empty())
+        std::cerr << "kelvara-cli identify: no GPIB library: " << connection.library_error()
+                  << "\n";
+    if (!connection.serial_error().empty())
+        std::cerr << "kelvara-cli identify: " << connection.serial_error() << "\n";
+    if (!open) return 1;
+    std::cout << designation(options.model) << " identified on "
+              << where(connection, options, connection.setup()) << "\n";
+    return 0;
+}
+
+const Subcommand kIdentify("identify", std::string("identify ") + kConnectionUsage, identify);
+
+}  // namespace
+
+}  // namespace kelvara::cli
