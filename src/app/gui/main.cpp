@@ -1,0 +1,45 @@
+// kelvara: the window. Options for Linux users:
+//   --simulate             a simulated instrument of the chosen model answers on both buses
+//   --serial PATH          the serial device to use whatever port number is chosen
+//   --gpib-library PATH    the NI-488.2-compatible library to load
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QTimer>
+
+#include "ui/main_window.h"
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Tessaly Kelvara"));
+    QApplication::setApplicationVersion(QStringLiteral("8.3"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Calibration curves of Tessaly temperature instruments."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    QCommandLineOption simulate(
+        QStringLiteral("simulate"),
+        QStringLiteral("Talk to a simulated instrument of the chosen model."));
+    QCommandLineOption serial(
+        QStringLiteral("serial"),
+        QStringLiteral("Serial device to use for RS-232 (wins over the port number)."),
+        QStringLiteral("PATH"));
+    QCommandLineOption gpib(QStringLiteral("gpib-library"),
+                            QStringLiteral("NI-488.2-compatible GPIB library to load."),
+                            QStringLiteral("PATH"));
+    parser.addOptions({simulate, serial, gpib});
+    parser.process(app);
+
+    kelvara::ui::MainWindowOptions options;
+    options.simulate = parser.isSet(simulate);
+    options.serial_device = parser.value(serial).toStdString();
+    options.gpib_library = parser.value(gpib).toStdString();
+
+    kelvara::ui::MainWindow window(options);
+    QObject::connect(&window, &kelvara::ui::MainWindow::program_ended, &app, &QApplication::quit,
+                     Qt::QueuedConnection);
+    if (!window.Form_Load()) return 0;
+    window.show();
+    return app.exec();
+}

@@ -1,0 +1,152 @@
+// The main window: the one open curve, the set-up choices, the instrument link and the pick
+// lists, the header fields, the ten-row grid, the graph and the command buttons.
+#pragma once
+
+#include <QWidget>
+#include <array>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "curve/curve_record.h"
+#include "curve/header_fields.h"
+#include "graph/curve_graph.h"
+#include "link/instrument_link.h"
+#include "link/setup_choices.h"
+#include "protocol/session.h"
+#include "ui/qt_ports.h"
+
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QScrollBar;
+
+namespace kelvara::sim {
+class Instrument;
+}
+
+namespace kelvara::ui {
+
+enum class FileDialogKind { Open, Save };
+
+// Asks for a curve file with a Qt filter ("*.TAZ (*.TAZ *.taz);;..."); nullopt when cancelled.
+using FileChooser =
+    std::function<std::optional<QString>(FileDialogKind kind, const QString& filter, QWidget*)>;
+
+// "*.TAZ|*.TAZ|*.TZA|*.TZA" as a Qt file-dialog filter, each pattern in upper and lower case.
+QString qt_file_filter(const std::string& pairs);
+
+struct MainWindowOptions {
+    bool simulate = false;      // an in-process simulated instrument answers on both buses
+    std::string serial_device;  // a serial device path that wins over the port number
+    std::string gpib_library;   // the GPIB library to load instead of the default search
+    // Seams for tests; empty/null ones get the real thing.
+    Clock* clock = nullptr;
+    Prompts* prompts = nullptr;
+    DialogRunner run_dialog;
+    FileChooser choose_file;
+    CurveGraph::PrinterChooser choose_printer;
+    std::function<std::string(int)> device_for_port;
+};
+
+class MainWindow : public QWidget, private Views {
+    Q_OBJECT
+  public:
+    explicit MainWindow(MainWindowOptions options = {}, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    // The start-up; false when the program ended during it (QUIT, cancelled installation).
+    bool Form_Load();
+    void Form_Unload();
+    bool ended() const { return ended_; }
+
+    // The main window's commands.
+    void Command1_Click();  // Read Curve From File
+    void Command2_Click();  // Write Curve To File
+    void Command3_Click();  // Read Curve From Instrument
+    void Command4_Click();  // Write Curve To Instrument
+    void Command5_Click();  // Delete Curve From Instrument
+    void Command6_Click();  // New Instrument
+    void Command7_Click();  // Print Graph
+    void Command8_Click();  // Insert A Point
+    void Command9_Click();  // Delete A Point
+    void cmdAdjust_Click();
+    void display_grid_data(int top_index);
+
+    // State, for the tests and the simple installation.
+    const SetupChoices& setup() const { return setup_; }
+    const CurveRecord& curve() const { return curve_; }
+    const HeaderFields& header() const { return header_; }
+    const PickLists& pick_lists() const { return picks_; }
+    bool write_confirmed() const { return write_confirmed_; }
+    const TransferState& transfer() const { return transfer_; }
+    CurveGraph* graph() const { return graph_; }
+    sim::Instrument* simulated(InstrumentModel model) const;
+    InstrumentLink& link() { return *link_; }
+
+  signals:
+    void program_ended();
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    // Views
+    void update_graph() override;
+    void update_graph_series2() override;
+    void show_grid_from_top() override;
+
+    void build_widgets();
+    void configure_for_model();
+    void simple_installation_loop();
+    void end_program();
+    void open_link(SetupChoices& choices);
+    void read_catalogue();
+    bool read_with_file_dialog();  // the read command, shared with dialogcontainer
+    void run_transfer(const QString& name, const char* title, const QString& first_label,
+                      void (*procedure)(Session&));
+    int show_dialog(QDialog& dialog);
+    Session session(Progress& progress);
+
+    // Header fields <-> widgets, around every call into the core.
+    void take_fields_from_widgets();
+    void show_fields_in_widgets();
+    bool leave_pending_edits();  // validates an edited cell/field before a command runs
+    bool validate_cell(int cell);
+    bool validate_setpoint();
+    int top_index() const;
+
+    MainWindowOptions options_;
+    std::unique_ptr<Clock> own_clock_;
+    std::unique_ptr<QtPrompts> own_prompts_;
+    Clock* clock_;
+    Prompts* prompts_;
+    QtScalingDialog scaling_dialog_;
+    std::unique_ptr<InstrumentLink> link_;
+    std::map<InstrumentModel, std::unique_ptr<sim::Instrument>> simulated_;
+
+    SetupChoices setup_;
+    CurveRecord curve_;
+    HeaderFields header_;
+    PickLists picks_;
+    TransferState transfer_;
+    bool write_confirmed_ = false;
+    bool ended_ = false;
+    bool transfer_running_ = false;
+
+    // Widgets, named as the controls they stand for.
+    std::array<QPushButton*, 10> commands_{};  // Command1..Command9, cmdAdjust
+    std::array<QLineEdit*, 33> texts_{};       // Text1..Text33
+    QScrollBar* vscroll1_ = nullptr;
+    QLabel *label1_, *label2_, *label3_, *label4_, *label5_, *label7_, *label8_;
+    QComboBox *combo1_, *combo2_, *combo5_;
+    QCheckBox* check1_;
+    CurveGraph* graph_ = nullptr;
+};
+
+}  // namespace kelvara::ui

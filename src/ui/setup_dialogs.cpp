@@ -1,0 +1,399 @@
+#include "ui/setup_dialogs.h"
+
+#include <QApplication>
+#include <QButtonGroup>
+#include <QComboBox>
+#include <QFrame>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+#include "curve/model_profile.h"
+#include "curve/prompts.h"
+
+namespace kelvara::ui {
+
+namespace {
+
+template <class W>
+W* named(W* w, const char* name) {
+    w->setObjectName(QString::fromLatin1(name));
+    return w;
+}
+
+// The dialogs keep their controls in place when some are hidden, so the layout does not jump
+// while the user tries the interface options.
+void keep_place(QWidget* w) {
+    QSizePolicy p = w->sizePolicy();
+    p.setRetainSizeWhenHidden(true);
+    w->setSizePolicy(p);
+}
+
+QLabel* heading(const char* name, const char* text, QWidget* parent) {
+    auto* l = named(new QLabel(QString::fromLatin1(text), parent), name);
+    QFont f = l->font();
+    f.setBold(true);
+    l->setFont(f);
+    return l;
+}
+
+QHBoxLayout* button_row(QPushButton* cont, QPushButton* quit) {
+    auto* row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(cont);
+    row->addSpacing(24);
+    row->addWidget(quit);
+    row->addStretch(1);
+    return row;
+}
+
+}  // namespace
+
+QFrame* make_line(const QString& name, QWidget* parent) {
+    auto* line = new QFrame(parent);
+    line->setObjectName(name);
+    line->setFrameShape(QFrame::HLine);
+    line->setFrameShadow(QFrame::Sunken);
+    line->setMinimumWidth(24);
+    return line;
+}
+
+// ---------------------------------------------------------------------------------------------
+
+InstrumentSelectionDialog::InstrumentSelectionDialog(SetupChoices& choices, QWidget* parent)
+    : QDialog(parent), choices_(choices) {
+    setObjectName(QStringLiteral("instrumentselection"));
+    setWindowTitle(QString::fromLatin1(kAppTitle));
+    setModal(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    layout->addWidget(heading("Label1", "SELECT TESSALY INSTRUMENT", this), 0, Qt::AlignHCenter);
+    layout->addWidget(make_line(QStringLiteral("Line1"), this));
+
+    auto* group = new QButtonGroup(this);
+    int row = 1;
+    for (const ModelProfile& p : model_profiles()) {
+        auto* option = new QRadioButton(
+            QString::fromUtf8(p.selection_caption.data(), int(p.selection_caption.size())), this);
+        option->setObjectName(QStringLiteral("Option%1").arg(row++));
+        group->addButton(option);
+        options_.push_back(option);
+        layout->addWidget(option);
+    }
+    options_.front()->setChecked(true);
+
+    auto* cont = named(new QPushButton(QStringLiteral("CONTINUE"), this), "Command1");
+    auto* quit = named(new QPushButton(QStringLiteral("QUIT"), this), "Command2");
+    cont->setDefault(true);
+    cont->setAutoDefault(true);
+    quit->setAutoDefault(false);
+    layout->addSpacing(8);
+    layout->addLayout(button_row(cont, quit));
+
+    connect(cont, &QPushButton::clicked, this, &InstrumentSelectionDialog::continue_clicked);
+    connect(quit, &QPushButton::clicked, this, &InstrumentSelectionDialog::quit_clicked);
+}
+
+void InstrumentSelectionDialog::continue_clicked() {
+    const auto& profiles = model_profiles();
+    for (size_t i = 0; i < options_.size(); ++i)
+        if (options_[i]->isChecked()) choices_.model = profiles[i].model;
+    choices_.proceed = true;
+    accept();
+}
+
+void InstrumentSelectionDialog::quit_clicked() {
+    reject();
+}
+
+void InstrumentSelectionDialog::done(int result) {
+    if (result != Accepted) choices_.proceed = false;
+    QDialog::done(result);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+CommunicationDialog::CommunicationDialog(SetupChoices& choices,
+                                         std::function<void(SetupChoices&)> open_link,
+                                         std::function<std::string(int)> device_for_port,
+                                         QWidget* parent)
+    : QDialog(parent), choices_(choices), open_link_(std::move(open_link)) {
+    setObjectName(QStringLiteral("communication"));
+    setWindowTitle(QString::fromLatin1(kAppTitle));
+    setModal(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+
+    label2_ = heading("Label2", "", this);
+    layout->addWidget(label2_, 0, Qt::AlignHCenter);
+    layout->addWidget(make_line(QStringLiteral("Line6"), this));
+    layout->addWidget(heading("Label1", "SELECT COMMUNICATION INTERFACE", this));
+
+    // Interface group: each option is joined by a line to the controls that belong to it.
+    auto* frame1 = named(new QFrame(this), "Frame1");
+    auto* frame1_layout = new QVBoxLayout(frame1);
+    frame1_layout->setContentsMargins(0, 0, 0, 0);
+    option1_ =
+        named(new QRadioButton(QStringLiteral("IEEE-488 GPIB Interface"), frame1), "Option1");
+    option2_ =
+        named(new QRadioButton(QStringLiteral("RS-232C Serial Interface"), frame1), "Option2");
+    option3_ = named(new QRadioButton(QStringLiteral("Do Not Communicate With Instrument"), frame1),
+                     "Option3");
+    for (auto* o : {option1_, option2_, option3_}) {
+        o->setMinimumHeight(30);
+        frame1_layout->addWidget(o);
+    }
+
+    line3_ = make_line(QStringLiteral("Line3"), this);
+    label3_ = named(new QLabel(QStringLiteral("INSTRUMENT ADDRESS"), this), "Label3");
+    combo2_ = named(new QComboBox(this), "Combo2");
+    line4_ = make_line(QStringLiteral("Line4"), this);
+    label6_ = named(new QLabel(QStringLiteral("PORT NUMBER"), this), "Label6");
+    combo3_ = named(new QComboBox(this), "Combo3");
+    line5_ = make_line(QStringLiteral("Line5"), this);
+    label4_ = named(new QLabel(this), "Label4");
+    label4_->setWordWrap(true);
+    label4_->setMinimumWidth(330);
+    line2_ = make_line(QStringLiteral("Line2"), this);
+    label7_ = named(new QLabel(QStringLiteral("WORK OFFLINE FROM INSTRUMENT"), this), "Label7");
+
+    auto* grid = new QGridLayout;
+    grid->addWidget(frame1, 0, 0, 4, 1);
+    grid->addWidget(line3_, 0, 1);
+    grid->addWidget(label3_, 0, 2);
+    grid->addWidget(combo2_, 0, 3);
+    grid->addWidget(line4_, 1, 1);
+    grid->addWidget(label6_, 1, 2);
+    grid->addWidget(combo3_, 1, 3);
+    grid->addWidget(line5_, 2, 1);
+    grid->addWidget(label4_, 2, 2, 1, 2);
+    grid->addWidget(line2_, 3, 1);
+    grid->addWidget(label7_, 3, 2, 1, 2);
+    for (QWidget* w : std::initializer_list<QWidget*>{line3_, label3_, combo2_, line4_, label6_,
+                                                      combo3_, line5_, label4_, line2_, label7_})
+        keep_place(w);
+    layout->addLayout(grid);
+    layout->addWidget(make_line(QStringLiteral("Line7"), this));
+
+    // Installation type.
+    label5_ = heading("Label5", "SELECT INSTALLATION TYPE", this);
+    frame2_ = named(new QFrame(this), "Frame2");
+    auto* frame2_layout = new QVBoxLayout(frame2_);
+    frame2_layout->setContentsMargins(0, 0, 0, 0);
+    option4_ =
+        named(new QRadioButton(QStringLiteral("Simple Curve Installation"), frame2_), "Option4");
+    option5_ =
+        named(new QRadioButton(QStringLiteral("Advanced Curve Installation"), frame2_), "Option5");
+    frame2_layout->addWidget(option4_);
+    frame2_layout->addWidget(option5_);
+    line1_ = make_line(QStringLiteral("Line1"), this);
+    line8_ = make_line(QStringLiteral("Line8"), this);
+    label8_ = named(
+        new QLabel(QStringLiteral("READ CURVE FROM FILE AND WRITE CURVE TO INSTRUMENT LOCATION"),
+                   this),
+        "Label8");
+    label9_ = named(
+        new QLabel(QStringLiteral("READ, EDIT, AND WRITE CURVES TO AND FROM FILES AND INSTRUMENTS"),
+                   this),
+        "Label9");
+    auto* install = new QGridLayout;
+    install->addWidget(frame2_, 0, 0, 2, 1);
+    install->addWidget(line1_, 0, 1);
+    install->addWidget(label8_, 0, 2);
+    install->addWidget(line8_, 1, 1);
+    install->addWidget(label9_, 1, 2);
+    for (QWidget* w :
+         std::initializer_list<QWidget*>{label5_, frame2_, line1_, line8_, label8_, label9_})
+        keep_place(w);
+    layout->addWidget(label5_);
+    layout->addLayout(install);
+
+    auto* cont = named(new QPushButton(QStringLiteral("CONTINUE"), this), "Command1");
+    auto* quit = named(new QPushButton(QStringLiteral("QUIT"), this), "Command2");
+    cont->setDefault(true);
+    cont->setAutoDefault(true);
+    quit->setAutoDefault(false);
+    layout->addSpacing(8);
+    layout->addLayout(button_row(cont, quit));
+
+    connect(option1_, &QRadioButton::toggled, this, [this](bool on) {
+        if (on) show_gpib_controls();
+    });
+    connect(option2_, &QRadioButton::toggled, this, [this](bool on) {
+        if (on) show_rs232_controls();
+    });
+    connect(option3_, &QRadioButton::toggled, this, [this](bool on) {
+        if (on) show_offline_controls();
+    });
+    connect(option4_, &QRadioButton::toggled, this,
+            &CommunicationDialog::show_installation_description);
+    connect(cont, &QPushButton::clicked, this, &CommunicationDialog::continue_clicked);
+    connect(quit, &QPushButton::clicked, this, &CommunicationDialog::quit_clicked);
+
+    // On load: the lists, the model's set-up, then simple installation.
+    for (int i = 1; i <= 32; ++i) combo2_->addItem(QString::number(i));
+    combo2_->setCurrentIndex(11);
+    for (int i = 1; i <= 16; ++i) {
+        QString entry = QString::number(i);
+        std::string device = device_for_port ? device_for_port(i) : std::string();
+        if (!device.empty()) entry += QStringLiteral("  (%1)").arg(QString::fromStdString(device));
+        combo3_->addItem(entry);
+    }
+    combo3_->setCurrentIndex(0);
+    show_model_setup();
+    line1_->show();
+    label8_->show();
+    line8_->hide();
+    label9_->hide();
+    option4_->setChecked(true);
+}
+
+void CommunicationDialog::show_model_setup() {
+    const ModelProfile* p = find_profile(choices_.model);
+    if (!p) return;
+    label2_->setText(QString::fromUtf8(p->setup_title.data(), int(p->setup_title.size())));
+    if (!p->gpib_allowed) {
+        option1_->setEnabled(false);
+        option2_->setChecked(true);
+        show_rs232_controls();
+    } else {
+        option1_->setChecked(true);
+        show_gpib_controls();
+        combo2_->setCurrentIndex(11);
+    }
+    label4_->setText(QString::fromUtf8(p->setup_text.data(), int(p->setup_text.size())));
+}
+
+void CommunicationDialog::show_gpib_controls() {
+    for (QWidget* w : std::initializer_list<QWidget*>{line3_, label3_, combo2_}) w->show();
+    for (QWidget* w : std::initializer_list<QWidget*>{line4_, line5_, label6_, combo3_, label4_,
+                                                      line2_, label7_})
+        w->hide();
+    frame2_->show();
+    label5_->show();
+    show_installation_description();
+}
+
+void CommunicationDialog::show_rs232_controls() {
+    for (QWidget* w : std::initializer_list<QWidget*>{line4_, line5_, label6_, combo3_, label4_})
+        w->show();
+    for (QWidget* w : std::initializer_list<QWidget*>{line3_, label3_, combo2_, line2_, label7_})
+        w->hide();
+    frame2_->show();
+    label5_->show();
+    show_installation_description();
+}
+
+void CommunicationDialog::show_offline_controls() {
+    for (QWidget* w : std::initializer_list<QWidget*>{line2_, label7_}) w->show();
+    for (QWidget* w : std::initializer_list<QWidget*>{line3_, label3_, combo2_, line4_, line5_,
+                                                      label6_, combo3_, label4_, frame2_, label5_,
+                                                      line1_, label8_, line8_, label9_})
+        w->hide();
+}
+
+void CommunicationDialog::show_installation_description() {
+    // Offline shows no installation description whatever the choice.
+    if (option3_->isChecked()) return;
+    const bool simple = option4_->isChecked();
+    line1_->setVisible(simple);
+    label8_->setVisible(simple);
+    line8_->setVisible(!simple);
+    label9_->setVisible(!simple);
+}
+
+void CommunicationDialog::continue_clicked() {
+    if (option1_->isChecked())
+        choices_.interface = Interface::GPIB;
+    else if (option2_->isChecked())
+        choices_.interface = Interface::RS232;
+    else
+        choices_.interface = Interface::None;
+    choices_.gpib_address = combo2_->currentIndex() + 1;
+    choices_.serial_port = combo3_->currentIndex() + 1;
+    choices_.simple_installation = option4_->isChecked();
+    if (choices_.interface != Interface::None && open_link_) {
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+        open_link_(choices_);
+        QApplication::restoreOverrideCursor();
+    }
+    choices_.proceed = true;
+    accept();
+}
+
+void CommunicationDialog::quit_clicked() {
+    reject();
+}
+
+void CommunicationDialog::done(int result) {
+    if (result != Accepted) choices_.proceed = false;
+    QDialog::done(result);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+RepeatChoiceDialog::RepeatChoiceDialog(SetupChoices& choices, QWidget* parent)
+    : QDialog(parent), choices_(choices) {
+    setObjectName(QStringLiteral("repeatchoice"));
+    setWindowTitle(QString::fromLatin1(kAppTitle));
+    setModal(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    layout->addWidget(heading("Label1", "SELECT INSTALLATION TYPE", this));
+    auto* frame = named(new QFrame(this), "Frame1");
+    auto* frame_layout = new QVBoxLayout(frame);
+    frame_layout->setContentsMargins(0, 0, 0, 0);
+    option1_ =
+        named(new QRadioButton(QStringLiteral("Simple Curve Installation"), frame), "Option1");
+    auto* option2 =
+        named(new QRadioButton(QStringLiteral("Advanced Curve Installation"), frame), "Option2");
+    frame_layout->addWidget(option1_);
+    frame_layout->addWidget(option2);
+    auto* grid = new QGridLayout;
+    grid->addWidget(frame, 0, 0, 2, 1);
+    grid->addWidget(make_line(QStringLiteral("Line1"), this), 0, 1);
+    grid->addWidget(
+        named(new QLabel(
+                  QStringLiteral("READ CURVE FROM FILE AND WRITE CURVE TO INSTRUMENT LOCATION"),
+                  this),
+              "Label2"),
+        0, 2);
+    grid->addWidget(make_line(QStringLiteral("Line2"), this), 1, 1);
+    grid->addWidget(
+        named(new QLabel(
+                  QStringLiteral("READ, EDIT, AND WRITE CURVES TO AND FROM FILES AND INSTRUMENTS"),
+                  this),
+              "Label3"),
+        1, 2);
+    layout->addLayout(grid);
+
+    auto* cont = named(new QPushButton(QStringLiteral("CONTINUE"), this), "Command1");
+    auto* quit = named(new QPushButton(QStringLiteral("QUIT"), this), "Command2");
+    // Here Enter quits: a user who pressed Enter through the last install is done.
+    cont->setAutoDefault(false);
+    quit->setDefault(true);
+    quit->setAutoDefault(true);
+    layout->addSpacing(8);
+    layout->addLayout(button_row(cont, quit));
+    option1_->setChecked(true);
+
+    connect(cont, &QPushButton::clicked, this, [this] {
+        choices_.proceed = true;
+        choices_.simple_installation = option1_->isChecked();
+        accept();
+    });
+    connect(quit, &QPushButton::clicked, this, &QDialog::reject);
+}
+
+void RepeatChoiceDialog::done(int result) {
+    if (result != Accepted) choices_.proceed = false;
+    QDialog::done(result);
+}
+
+}  // namespace kelvara::ui

@@ -1,0 +1,78 @@
+// The set-up dialogs shown before the main window: instrument model, communication interface and
+// installation type, and the repeat dialog after a simple installation. They fill SetupChoices
+// and keep nothing of their own.
+#pragma once
+
+#include <QDialog>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "link/setup_choices.h"
+
+class QComboBox;
+class QFrame;
+class QLabel;
+class QPushButton;
+class QRadioButton;
+
+namespace kelvara::ui {
+
+// Horizontal line standing for the connector and separator lines of the dialogs.
+QFrame* make_line(const QString& name, QWidget* parent);
+
+class InstrumentSelectionDialog : public QDialog {
+    Q_OBJECT
+  public:
+    explicit InstrumentSelectionDialog(SetupChoices& choices, QWidget* parent = nullptr);
+
+    QRadioButton* option(int row) const { return options_.at(row - 1); }  // row 1..18
+    void done(int result) override;  // closed any other way than CONTINUE: as QUIT
+
+  private:
+    void continue_clicked();
+    void quit_clicked();
+
+    SetupChoices& choices_;
+    std::vector<QRadioButton*> options_;
+};
+
+class CommunicationDialog : public QDialog {
+    Q_OBJECT
+  public:
+    // open_link runs the link set-up for the interface just chosen (GPIB or RS-232); it reports
+    // its own failures. device_for_port gives the Linux device shown next to a port number.
+    CommunicationDialog(SetupChoices& choices, std::function<void(SetupChoices&)> open_link,
+                        std::function<std::string(int)> device_for_port, QWidget* parent = nullptr);
+
+    void show_model_setup();
+    void show_gpib_controls();
+    void show_rs232_controls();
+    void show_offline_controls();
+    void done(int result) override;
+
+  private:
+    void show_installation_description();
+    void continue_clicked();
+    void quit_clicked();
+
+    SetupChoices& choices_;
+    std::function<void(SetupChoices&)> open_link_;
+    QLabel *label2_, *label3_, *label4_, *label5_, *label6_, *label7_, *label8_, *label9_;
+    QRadioButton *option1_, *option2_, *option3_, *option4_, *option5_;
+    QComboBox *combo2_, *combo3_;
+    QFrame *frame2_, *line1_, *line2_, *line3_, *line4_, *line5_, *line8_;
+};
+
+class RepeatChoiceDialog : public QDialog {
+    Q_OBJECT
+  public:
+    explicit RepeatChoiceDialog(SetupChoices& choices, QWidget* parent = nullptr);
+    void done(int result) override;
+
+  private:
+    SetupChoices& choices_;
+    QRadioButton* option1_;
+};
+
+}  // namespace kelvara::ui
