@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "cli_common.h"
 #include "link/gpib_driver.h"
 #include "sim/instrument.h"
 #include "sim/sim_transports.h"
@@ -39,55 +40,57 @@ void ensure_qt_application() {
 
 std::optional<std::string> parse_connection_options(Args& args, ConnectionOptions& out) {
     ConnectionOptions o;
-    std::string model_text;
+    if (auto error = take_model_option(args, o.model)) return error;
     bool have_library = false;
     int buses = 0;
     Args rest;
     for (std::size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        const bool takes_value = a == "--model" || a == "--serial" || a == "--port" ||
-                                 a == "--gpib" || a == "--gpib-library";
-        if (!takes_value && a != "--simulate") {
-            rest.push_back(a);
-            continue;
+        std::string option = args[i];
+        std::optional<std::string> value;
+        if (const auto eq = option.find('='); option.starts_with("--") && eq != std::string::npos) {
+            value = option.substr(eq + 1);
+            option.resize(eq);
         }
-        if (a == "--simulate") {
+        const bool takes_value = option == "--serial" || option == "--port" || option == "--gpib" ||
+                                 option == "--gpib-library";
+        if (option == "--simulate" && !value) {
             o.simulate = true;
             ++buses;
             continue;
         }
-        if (i + 1 >= args.size()) return a + " needs a value";
-        const std::string value = args[++i];
-        if (a == "--model") {
-            model_text = value;
-        } else if (a == "--serial") {
-            if (value.empty()) return std::string("--serial needs a device path");
-            o.serial_device = value;
+        if (!takes_value) {
+            rest.push_back(args[i]);
+            continue;
+        }
+        if (!value) {
+            if (i + 1 >= args.size()) return option + " needs a value";
+            value = args[++i];
+        }
+        if (option == "--serial") {
+            if (value->empty()) return std::string("--serial needs a device path");
+            o.serial_device = *value;
             o.interface = Interface::RS232;
             ++buses;
-        } else if (a == "--port") {
-            const auto n = whole_number(value);
+        } else if (option == "--port") {
+            const auto n = whole_number(*value);
             if (!n || *n < 1 || *n > 16)
-                return "--port takes a serial port number 1 to 16, not '" + value + "'";
+                return "--port takes a serial port number 1 to 16, not '" + *value + "'";
             o.serial_port = *n;
             o.interface = Interface::RS232;
             ++buses;
-        } else if (a == "--gpib") {
-            const auto n = whole_number(value);
+        } else if (option == "--gpib") {
+            const auto n = whole_number(*value);
             if (!n || *n < 1 || *n > 32)
-                return "--gpib takes a GPIB address 1 to 32, not '" + value + "'";
+                return "--gpib takes a GPIB address 1 to 32, not '" + *value + "'";
             o.gpib_address = *n;
             o.interface = Interface::GPIB;
             ++buses;
         } else {
-            o.gpib_library = value;
+            if (value->empty()) return std::string("--gpib-library needs a path");
+            o.gpib_library = *value;
             have_library = true;
         }
     }
-    if (model_text.empty()) return std::string("--model is required");
-    const auto model = model_from_designation(model_text);
-    if (!model) return "unknown model '" + model_text + "'";
-    o.model = *model;
     if (buses != 1)
         return std::string("choose exactly one of --serial, --port, --gpib and --simulate");
     if (have_library && o.interface != Interface::GPIB)

@@ -3,24 +3,13 @@
 #include <iostream>
 
 #include "cli_commands.h"
+#include "cli_common.h"
 #include "cli_connection.h"
 #include "link/serial_port.h"
 
 namespace kelvara::cli {
 
 namespace {
-
-// Message boxes become lines on stderr; questions are answered No, as their default button.
-class IdentifyPrompts : public Prompts {
-  public:
-    void message(const std::string& text, const std::string&) override {
-        std::cerr << text << "\n";
-    }
-    bool ask_yes_no(const std::string& text) override {
-        std::cerr << text << " [No]\n";
-        return false;
-    }
-};
 
 std::string where(const Connection& c, const ConnectionOptions& o, const SetupChoices& s) {
     if (o.simulate)
@@ -44,7 +33,7 @@ int identify(const Args& given) {
         std::cerr << "kelvara-cli identify: unexpected argument '" << args.front() << "'\n";
         return 2;
     }
-    IdentifyPrompts prompts;
+    StderrPrompts prompts;
     Connection connection(options, prompts);
     const bool open = connection.open();
     if (!connection.library_error().empty())
