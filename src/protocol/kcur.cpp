@@ -3,13 +3,12 @@
 #include <string>
 
 #include "curve/number_format.h"
+#include "protocol/headerpoint.h"
 #include "protocol/kcur_shared.h"
 #include "protocol/older_procedures.h"
 #include "protocol/transfers.h"
 
 namespace kelvara {
-
-int query_free_points(Session& s);
 
 namespace {
 
