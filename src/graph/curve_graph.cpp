@@ -40,7 +40,7 @@ QString title_html(const GraphSpec& spec) {
     add(spec.main_title, true);
     if (!spec.subtitle.empty()) add(spec.subtitle, false);
     for (const auto& line : spec.extra_titles) add(centre_part(line), false);
-    return lines.join("<br>");
+    return "<div align=\"center\">" + lines.join("<br>") + "</div>";
 }
 
 struct Range {
