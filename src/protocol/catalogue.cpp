@@ -28,12 +28,19 @@ int find_entry_by_first_two(const ListField& list, double n) {
     return -1;
 }
 
+std::string trim_reply_field(const std::string& field) {
+    const size_t first = field.find_first_not_of(" \t\r\n");
+    if (first == std::string::npos) return {};
+    return field.substr(first, field.find_last_not_of(" \t\r\n") - first + 1);
+}
+
 std::pair<std::string, std::string> name_and_serial(const std::string& reply) {
     const size_t first = reply.find(',');
-    if (first == std::string::npos) return {trim_blanks(reply), ""};
+    if (first == std::string::npos) return {trim_reply_field(reply), ""};
     const size_t second = reply.find(',', first + 1);
     const size_t serial_len = second == std::string::npos ? std::string::npos : second - first - 1;
-    return {trim_blanks(reply.substr(0, first)), trim_blanks(reply.substr(first + 1, serial_len))};
+    return {trim_reply_field(reply.substr(0, first)),
+            trim_reply_field(reply.substr(first + 1, serial_len))};
 }
 
 std::string header_point_entry(const std::string& n, const std::string& name,
@@ -132,7 +139,7 @@ void drop_field(std::string& rest) {
 }
 
 void name_older_location(PickLists& picks, const std::string& number, const std::string& name) {
-    const std::string n = trim_blanks(number);
+    const std::string n = trim_reply_field(number);
     const double value = parse_leading_number(n);
     const std::string entry = n + " - " + name;
     const int i = find_entry_by_first_two(picks.read, value);
@@ -151,7 +158,7 @@ void catalogue_cuid(Session& s) {
         if (!name) break;  // the record ends before its name: ignore it
         drop_field(rest);
         drop_field(rest);
-        name_older_location(s.picks, number, trim_blanks(*name));
+        name_older_location(s.picks, number, trim_reply_field(*name));
     }
     select_first_entries(s.picks);
 }
@@ -174,7 +181,7 @@ void catalogue_xdt(Session& s) {
         for (int k = 0; k < 3; ++k) drop_field(rest);
         const auto name = take_field(rest);
         if (!name) break;  // incomplete record
-        name_older_location(s.picks, number, trim_blanks(*name));
+        name_older_location(s.picks, number, trim_reply_field(*name));
     }
     select_first_entries(s.picks);
 }

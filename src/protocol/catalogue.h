@@ -20,6 +20,9 @@ int find_entry_by_number(const ListField& list, double n);
 // one- and two-digit numbers can match; the older catalogues look entries up this way.
 int find_entry_by_first_two(const ListField& list, double n);
 
+// A reply field without surrounding blanks, tabs, and the line end the instrument sent.
+std::string trim_reply_field(const std::string& field);
+
 // Name (before the first comma) and serial number (second field) of a "CRVHDR? " reply, trimmed.
 std::pair<std::string, std::string> name_and_serial(const std::string& reply);
 

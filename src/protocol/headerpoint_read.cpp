@@ -2,6 +2,7 @@
 
 #include "curve/next_field.h"
 #include "curve/number_format.h"
+#include "protocol/catalogue.h"
 #include "protocol/headerpoint.h"
 #include "protocol/headerpoint_wire.h"
 
@@ -35,8 +36,9 @@ std::string comma_field(const std::string& reply, int index) {
 }
 
 void store_header(Session& s, const std::string& reply) {
-    s.header.name = trim_blanks(comma_field(reply, 0));
-    s.header.serial_number = trim_blanks(comma_field(reply, 1));
+    const auto [name, serial] = name_and_serial(reply);
+    s.header.name = name;
+    s.header.serial_number = serial;
     const int format = static_cast<int>(parse_leading_number(comma_field(reply, 2)));
     s.curve.data_format = format;
     select_data_format(s.header, format, s.prompts);

@@ -46,7 +46,7 @@ Rig::Rig(InstrumentModel model)
       picks(PickLists::for_model(model)) {
     setup.model = model;
     respond = [model](const std::string& command) -> std::string {
-        if (command == "*IDN?")
+        if (command == "*IDN?" || command == "W2")
             return "TESSALY,MODEL " + std::string(designation(model)) + ",1,1\r\n";
         return "\r\n";
     };
