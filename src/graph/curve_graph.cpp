@@ -1,7 +1,6 @@
 #include "graph/curve_graph.h"
 
 #include <QAbstractAxis>
-#include <QApplication>
 #include <QChart>
 #include <QFont>
 #include <QGraphicsLayout>
@@ -179,7 +178,6 @@ bool CurveGraph::print_graph(InstrumentModel model, const CurveRecord& curve,
         const QSizeF size(1100, 780);
         page_chart->resize(size);
         page_chart->layout()->activate();
-        QApplication::processEvents();
         QPainter painter;
         printed = painter.begin(&printer);
         if (printed) {
