@@ -19,6 +19,8 @@ struct Answer;
 struct SimPoint {
     std::string units;        // sensor units, wire text ("0.09062")
     std::string temperature;  // kelvin, wire text ("475.000")
+
+    bool operator==(const SimPoint&) const = default;
 };
 
 // A stored curve. Which header fields are meaningful depends on the command set:

@@ -1,0 +1,111 @@
+#include "sim/pty_server.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+namespace kelvara::sim {
+
+PtyServer::PtyServer(Instrument& instrument) : instrument_(instrument) {}
+
+PtyServer::~PtyServer() {
+    for (int fd : {master_, slave_, wake_[0], wake_[1]})
+        if (fd >= 0) ::close(fd);
+}
+
+bool PtyServer::open(std::string* error) {
+    const auto fail = [&](const char* what) {
+        if (error) *error = std::string(what) + ": " + std::strerror(errno);
+        return false;
+    };
+    master_ = ::posix_openpt(O_RDWR | O_NOCTTY);
+    if (master_ < 0) return fail("posix_openpt");
+    if (::grantpt(master_) != 0) return fail("grantpt");
+    if (::unlockpt(master_) != 0) return fail("unlockpt");
+    const char* name = ::ptsname(master_);
+    if (!name) return fail("ptsname");
+    slave_path_ = name;
+    slave_ = ::open(name, O_RDWR | O_NOCTTY);
+    if (slave_ < 0) return fail("open slave");
+    termios settings{};
+    if (::tcgetattr(slave_, &settings) != 0) return fail("tcgetattr");
+    ::cfmakeraw(&settings);
+    if (::tcsetattr(slave_, TCSANOW, &settings) != 0) return fail("tcsetattr");
+    if (::pipe(wake_) != 0) return fail("pipe");
+    ::fcntl(wake_[1], F_SETFL, O_NONBLOCK);
+    return true;
+}
+
+void PtyServer::stop() {
+    if (wake_[1] < 0) return;
+    const char byte = 1;
+    const auto ignored = ::write(wake_[1], &byte, 1);  // a full pipe already means "stop"
+    (void)ignored;
+}
+
+void PtyServer::serve() {
+    char buffer[4096];
+    while (!stopping_) {
+        pollfd fds[2] = {{master_, POLLIN, 0}, {wake_[0], POLLIN, 0}};
+        if (::poll(fds, 2, -1) < 0) {
+            if (errno == EINTR) continue;
+            return;
+        }
+        if (fds[1].revents) return;
+        if (fds[0].revents & POLLIN) {
+            const auto n = ::read(master_, buffer, sizeof buffer);
+            if (n > 0) handle_bytes(buffer, n);
+        } else if (fds[0].revents & (POLLERR | POLLHUP)) {
+            pause(0.05);  // no client at the moment; the slave we hold keeps the line up
+        }
+    }
+}
+
+void PtyServer::handle_bytes(const char* data, long count) {
+    for (long i = 0; i < count && !stopping_; ++i) {
+        const char c = data[i];
+        if (c != '\r' && c != '\n') {
+            partial_ += c;
+            continue;
+        }
+        if (partial_.empty()) continue;  // the second half of CR LF
+        const std::string reply = instrument_.handle(partial_);
+        partial_.clear();
+        if (after_command) after_command();
+        if (!reply.empty()) send(reply);
+    }
+}
+
+void PtyServer::pause(double seconds) {
+    // Waits, but wakes at once for stop().
+    pollfd fd{wake_[0], POLLIN, 0};
+    if (::poll(&fd, 1, static_cast<int>(seconds * 1000)) > 0) stopping_ = true;
+}
+
+void PtyServer::send(const std::string& reply) {
+    const Faults& f = instrument_.faults;
+    if (f.reply_delay > 0) pause(f.reply_delay);
+    const std::size_t pieces = f.split_pieces > 1 ? static_cast<std::size_t>(f.split_pieces) : 1;
+    const std::size_t size = std::max<std::size_t>(1, reply.size() / pieces);
+    for (std::size_t start = 0, piece = 0; start < reply.size() && !stopping_; ++piece) {
+        const std::size_t length = piece + 1 >= pieces ? reply.size() - start : size;
+        std::size_t done = 0;
+        while (done < length) {
+            const auto n = ::write(master_, reply.data() + start + done, length - done);
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) return;
+            done += static_cast<std::size_t>(n);
+        }
+        start += length;
+        if (start < reply.size()) pause(0.05);  // the pieces arrive as separate reads
+    }
+}
+
+}  // namespace kelvara::sim

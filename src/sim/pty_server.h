@@ -1,0 +1,47 @@
+// A simulated instrument on a pseudo-terminal: programs open the slave device as they would a
+// serial port. Lines end at CR or LF; replies go back with "\r\n".
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "sim/instrument.h"
+
+namespace kelvara::sim {
+
+class PtyServer {
+  public:
+    explicit PtyServer(Instrument& instrument);
+    ~PtyServer();
+    PtyServer(const PtyServer&) = delete;
+    PtyServer& operator=(const PtyServer&) = delete;
+
+    // Creates the pseudo-terminal in raw mode. The server keeps the slave side open itself, so
+    // clients may come and go without the line hanging up.
+    bool open(std::string* error = nullptr);
+    const std::string& slave_path() const { return slave_path_; }
+
+    // Answers commands until stop(). Slow and split replies block this loop (one instrument
+    // answers one command at a time).
+    void serve();
+    // Safe from a signal handler or another thread.
+    void stop();
+
+    // Called after every command line (the program keeps its state file up to date with it).
+    std::function<void()> after_command;
+
+  private:
+    void handle_bytes(const char* data, long count);
+    void send(const std::string& reply);
+    void pause(double seconds);
+
+    Instrument& instrument_;
+    int master_ = -1;
+    int slave_ = -1;
+    int wake_[2] = {-1, -1};
+    bool stopping_ = false;
+    std::string slave_path_;
+    std::string partial_;
+};
+
+}  // namespace kelvara::sim
