@@ -1,5 +1,8 @@
 #include "link/qt/qt_serial_port.h"
 
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
 namespace kelvara {
 
 namespace {
@@ -34,6 +37,14 @@ QSerialPort::DataBits data_bits_of(int bits) {
 
 // How long take_input() waits for the first byte: short, so that the reply loop's time-out and
 // the window stay responsive, long enough not to spin.
+bool is_pseudo_terminal(const std::string& path) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0 || !S_ISCHR(st.st_mode)) return false;
+    // Unix98 pseudo-terminal slaves use majors 136 to 143.
+    const auto m = major(st.st_rdev);
+    return m >= 136 && m <= 143;
+}
+
 constexpr int kInputWaitMs = 10;
 constexpr int kWriteWaitMs = 2000;
 
@@ -57,12 +68,16 @@ bool QtSerialPort::open(int port, const std::string& device, const SerialSetting
         error_ = opened_ + ": " + port_.errorString().toStdString();
         return false;
     }
-    const bool ok =
-        port_.setBaudRate(settings.baud) && port_.setParity(parity_of(settings.parity)) &&
-        port_.setDataBits(data_bits_of(settings.data_bits)) &&
-        port_.setStopBits(settings.stop_bits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop) &&
-        port_.setFlowControl(QSerialPort::NoFlowControl);
-    if (!ok) {
+    // Every setting is tried even when one is refused.
+    bool ok = port_.setBaudRate(settings.baud);
+    ok = port_.setParity(parity_of(settings.parity)) && ok;
+    ok = port_.setDataBits(data_bits_of(settings.data_bits)) && ok;
+    ok = port_.setStopBits(settings.stop_bits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop) &&
+         ok;
+    ok = port_.setFlowControl(QSerialPort::NoFlowControl) && ok;
+    // A pseudo-terminal (the simulator, a serial-over-network bridge) has no line and refuses
+    // 7 data bits; the bytes still pass unchanged, so it is used as it is.
+    if (!ok && !is_pseudo_terminal(opened_)) {
         error_ = opened_ + ": " + port_.errorString().toStdString();
         port_.close();
         return false;
