@@ -183,6 +183,7 @@ void TestCurveGraph::print_to_pdf_then_restore_screen_graph() {
     QVERIFY(title_while_printing.contains("Curve: CX-1050  X98765"));
     QVERIFY(title_while_printing.contains("Setpoint Limit: 325"));
     QVERIFY(!title_while_printing.contains("Interploation"));
+    QVERIFY(!title_while_printing.contains('|'));  // only the centre parts are shown
 
     QFile pdf(path);
     QVERIFY(pdf.open(QIODevice::ReadOnly));

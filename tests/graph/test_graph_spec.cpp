@@ -41,7 +41,6 @@ class TestGraphSpec : public QObject {
     void print_titles_data();
     void print_titles();
     void adjustment_shows_two_series_until_next_redraw();
-    void centre_part_of_title_lines();
 };
 
 void TestGraphSpec::labels_and_scales_data() {
@@ -184,14 +183,6 @@ void TestGraphSpec::adjustment_shows_two_series_until_next_redraw() {
     state.update_graph(model, adjusted, fields);
     QCOMPARE(state.spec().series.size(), std::size_t{1});
     QCOMPARE(state.spec().series[0].points[0].x, 77.5);
-}
-
-void TestGraphSpec::centre_part_of_title_lines() {
-    QCOMPARE(QString::fromStdString(centre_part("|Setpoint Limit: 375|")),
-             QString("Setpoint Limit: 375"));
-    QCOMPARE(QString::fromStdString(centre_part("left|centre|right")), QString("centre"));
-    QCOMPARE(QString::fromStdString(centre_part("|Setpoint Limit: |")),
-             QString("Setpoint Limit: "));
 }
 
 QTEST_APPLESS_MAIN(TestGraphSpec)
