@@ -9,9 +9,9 @@
 //
 // "XDT" (KIP, DUN, ELK): "<free bytes> BYTES FREE,<k> CURVES," then one record per stored curve
 // with increasing location numbers,
-//     "nn," + interpolation character + "," + setpoint code + "," + thermocouple character
-//     + "," + name + ","
-//   e.g. "16168 BYTES FREE,5 CURVES,00,L,2,0,DT-470   ,". The first field is the free byte count
+//     "nn," + interpolation character + "," + setpoint code + "," + name + ","
+//   (the catalogue drops three fields from the number on and takes the fourth as the name)
+//   e.g. "16168 BYTES FREE,5 CURVES,00,L,2,DT-470   ,". The first field is the free byte count
 //   followed by exactly 11 characters (" BYTES FREE"), which is what the free-memory query cuts
 //   off.
 #include "sim/command_sets.h"
@@ -41,7 +41,7 @@ std::string xdt_reply(const Instrument& in) {
         ++stored;
         const std::string codes = fit(c->header, 3);
         records += two_digits(location) + "," + codes.substr(0, 1) + "," + codes.substr(1, 1) +
-                   "," + codes.substr(2, 1) + "," + fit(older_curve_name(*c), 9) + ",";
+                   "," + fit(older_curve_name(*c), 9) + ",";
     }
     return std::to_string(in.free_bytes()) + " BYTES FREE," + std::to_string(stored) + " CURVES," +
            records;

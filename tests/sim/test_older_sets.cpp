@@ -54,16 +54,16 @@ std::map<int, std::string> cut_cuid(std::string rest) {
     return out;
 }
 
-// The catalogue's cutting of an "XDT" reply: two fields dropped, then records of number, three
-// dropped fields and a name while the numbers increase.
+// The catalogue's cutting of an "XDT" reply: two fields dropped, then records of number, two
+// more dropped fields and a name while the numbers increase.
 std::map<int, std::string> cut_xdt(const std::string& reply) {
     auto f = fields(reply);
     std::map<int, std::string> out;
     int previous = -1;
-    for (std::size_t i = 2; i + 4 < f.size(); i += 5) {
+    for (std::size_t i = 2; i + 3 < f.size(); i += 4) {
         const int current = static_cast<int>(kelvara::parse_leading_number(f[i]));
         if (current <= previous) break;
-        out[current] = trim(f[i + 4]);
+        out[current] = trim(f[i + 3]);
         previous = current;
     }
     return out;
