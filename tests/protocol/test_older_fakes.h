@@ -16,6 +16,8 @@
 #include "link/instrument_link.h"
 #include "protocol/older_procedures.h"
 #include "protocol/session.h"
+#include "sim/instrument.h"
+#include "sim/sim_transports.h"
 
 namespace kelvara::test {
 
@@ -176,6 +178,23 @@ struct OlderRig {
         log.clear();
         clock.pauses.clear();
         prompts.shown.clear();
+    }
+
+    // Connected to a simulated instrument instead of a scripted one.
+    OlderRig(InstrumentModel model, Interface bus, sim::Instrument& instrument) {
+        setup.model = model;
+        curve = CurveRecord::for_model(model);
+        header = HeaderFields::for_model(model);
+        picks = PickLists::for_model(model);
+        if (bus == Interface::RS232) {
+            link.set_serial_port(std::make_unique<sim::SimSerialPort>(instrument, clock));
+            link.setup_rs232(setup);
+        } else {
+            link.set_gpib_driver(std::make_unique<sim::SimGpibDriver>(instrument, clock));
+            link.setup_488(setup);
+        }
+        log.clear();
+        clock.pauses.clear();
     }
 
     void set_points(const std::vector<std::pair<double, double>>& points) {
