@@ -107,6 +107,7 @@ struct Harness {
     DialogScript script;
     std::deque<std::optional<QString>> files;  // answers of the file dialog, in order
     QStringList filters;                       // filters the file dialog was given
+    CurveGraph::PrinterChooser printer;        // answers the print dialog
     std::unique_ptr<ui::MainWindow> window;
 
     Harness() {
@@ -121,6 +122,9 @@ struct Harness {
             auto f = files.front();
             files.pop_front();
             return f;
+        };
+        o.choose_printer = [this](QPrinter& p, QWidget* parent) {
+            return printer ? printer(p, parent) : false;
         };
         o.device_for_port = [](int n) { return "/dev/ttyS" + std::to_string(n - 1); };
         window = std::make_unique<ui::MainWindow>(o);
