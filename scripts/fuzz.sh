@@ -13,5 +13,7 @@ CC=clang CXX=clang++ cmake -S "$root" -B "$build" -G Ninja -DKELVARA_FUZZ=ON -DK
 cmake --build "$build" --target reader_fuzz kelvara_fuzz_seeds -j2
 mkdir -p "$build/corpus" "$build/artifacts"
 "$build/fuzz/kelvara_fuzz_seeds" "$build/corpus"
+# Every input goes through real files; keep them in memory when the system offers it.
+if [ -d /dev/shm ] && [ -w /dev/shm ]; then export TMPDIR=/dev/shm; fi
 "$build/fuzz/reader_fuzz" -max_total_time="$seconds" -max_len=16384 -print_final_stats=1 \
   -artifact_prefix="$build/artifacts/" "$build/corpus"
