@@ -103,22 +103,18 @@ void TestCurveGraph::log_axes_leave_out_non_positive_values() {
              x_scale == AxisScale::Logarithmic);
     QCOMPARE(qobject_cast<QLogValueAxis*>(axis(graph, Qt::Vertical)) != nullptr,
              y_scale == AxisScale::Logarithmic);
-    // Every kept point lies inside the axis ranges.
-    for (const QPointF& p : kept) {
-        for (auto [orientation, v] : {std::pair{Qt::Horizontal, p.x()}, {Qt::Vertical, p.y()}}) {
-            QAbstractAxis* a = axis(graph, orientation);
-            double low = 0;
-            double high = 0;
-            if (auto* log_axis = qobject_cast<QLogValueAxis*>(a)) {
-                low = log_axis->min();
-                high = log_axis->max();
-            } else {
-                low = qobject_cast<QValueAxis*>(a)->min();
-                high = qobject_cast<QValueAxis*>(a)->max();
-            }
-            QVERIFY2(low <= v && v <= high, qPrintable(QString::number(v)));
-        }
-    }
+    // Every kept point lies inside both axis ranges.
+    const auto range = [&](Qt::Orientation o) {
+        QAbstractAxis* a = axis(graph, o);
+        if (auto* log_axis = qobject_cast<QLogValueAxis*>(a))
+            return std::pair{log_axis->min(), log_axis->max()};
+        auto* value_axis = qobject_cast<QValueAxis*>(a);
+        return std::pair{value_axis->min(), value_axis->max()};
+    };
+    const auto [x_low, x_high] = range(Qt::Horizontal);
+    const auto [y_low, y_high] = range(Qt::Vertical);
+    for (const QPointF& p : kept)
+        QVERIFY(x_low <= p.x() && p.x() <= x_high && y_low <= p.y() && p.y() <= y_high);
 }
 
 void TestCurveGraph::empty_curve_shows_labelled_axes() {

@@ -56,32 +56,21 @@ void TestGraphSpec::labels_and_scales_data() {
     const QList<double> falling{300, 100, 10, 1.5};
     const QString kelvin = "Temperature (Kelvin)";
     using M = InstrumentModel;
-    QTest::newRow("millivolts") << M::TAZ << "MilliVolts vs. Kelvin" << rising << kelvin
-                                << "Sensor Units (MilliVolts)" << false << false;
-    QTest::newRow("volts, empty curve") << M::DAL << "Volts vs. Kelvin" << QList<double>{} << kelvin
-                                        << "Sensor Units (Volts)" << false << false;
-    QTest::newRow("ohms falling") << M::TAZ << "Ohms vs. Kelvin" << falling << kelvin
-                                  << "Sensor Units (Ohms)" << true << true;
-    QTest::newRow("ohms rising") << M::TAZ << "Ohms vs. Kelvin" << rising << kelvin
-                                 << "Sensor Units (Ohms)" << false << false;
-    QTest::newRow("ohms one point") << M::TAZ << "Ohms vs. Kelvin" << QList<double>{4.2} << kelvin
-                                    << "Sensor Units (Ohms)" << true << true;
-    QTest::newRow("ohms equal ends") << M::MEP << "Ohms vs. Kelvin" << QList<double>{5, 1, 5}
-                                     << kelvin << "Sensor Units (Ohms)" << false << false;
-    QTest::newRow("log ohms vs kelvin") << M::GIR << "Log Ohms vs. Kelvin" << falling << kelvin
-                                        << "Sensor Units (Log Ohms)" << true << false;
-    QTest::newRow("log ohms vs log kelvin")
-        << M::TAZ << "Log Ohms vs. Log Kelvin" << falling << "Temperature (Log Kelvin)"
-        << "Sensor Units (Log Ohms)" << false << false;
-    QTest::newRow("no format selected") << M::TAZ << "" << falling << "Temperature"
-                                        << "Sensor Units" << false << false;
+    // clang-format off
+    QTest::newRow("millivolts") << M::TAZ << "MilliVolts vs. Kelvin" << rising << kelvin << "Sensor Units (MilliVolts)" << false << false;
+    QTest::newRow("volts, empty curve") << M::DAL << "Volts vs. Kelvin" << QList<double>{} << kelvin << "Sensor Units (Volts)" << false << false;
+    QTest::newRow("ohms falling") << M::TAZ << "Ohms vs. Kelvin" << falling << kelvin << "Sensor Units (Ohms)" << true << true;
+    QTest::newRow("ohms rising") << M::TAZ << "Ohms vs. Kelvin" << rising << kelvin << "Sensor Units (Ohms)" << false << false;
+    QTest::newRow("ohms one point") << M::TAZ << "Ohms vs. Kelvin" << QList<double>{4.2} << kelvin << "Sensor Units (Ohms)" << true << true;
+    QTest::newRow("ohms equal ends") << M::MEP << "Ohms vs. Kelvin" << QList<double>{5, 1, 5} << kelvin << "Sensor Units (Ohms)" << false << false;
+    QTest::newRow("log ohms vs kelvin") << M::GIR << "Log Ohms vs. Kelvin" << falling << kelvin << "Sensor Units (Log Ohms)" << true << false;
+    QTest::newRow("log ohms vs log kelvin") << M::TAZ << "Log Ohms vs. Log Kelvin" << falling << "Temperature (Log Kelvin)" << "Sensor Units (Log Ohms)" << false << false;
+    QTest::newRow("no format selected") << M::TAZ << "" << falling << "Temperature" << "Sensor Units" << false << false;
     // The older models and HOX have no data-format list: linear, plain "Sensor Units".
-    QTest::newRow("KIP") << M::KIP << "Ohms vs. Kelvin" << falling << kelvin << "Sensor Units"
-                         << false << false;
-    QTest::newRow("NAV") << M::NAV << "MilliVolts vs. Kelvin" << rising << kelvin << "Sensor Units"
-                         << false << false;
-    QTest::newRow("HOX") << M::HOX << "Log Ohms vs. Kelvin" << falling << kelvin << "Sensor Units"
-                         << false << false;
+    QTest::newRow("KIP") << M::KIP << "Ohms vs. Kelvin" << falling << kelvin << "Sensor Units" << false << false;
+    QTest::newRow("NAV") << M::NAV << "MilliVolts vs. Kelvin" << rising << kelvin << "Sensor Units" << false << false;
+    QTest::newRow("HOX") << M::HOX << "Log Ohms vs. Kelvin" << falling << kelvin << "Sensor Units" << false << false;
+    // clang-format on
 }
 
 void TestGraphSpec::labels_and_scales() {
