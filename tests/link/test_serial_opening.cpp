@@ -218,6 +218,7 @@ TEST(SerialTraffic, ReplyTimesOutAfterTenSecondsWithWhatArrived) {
         {{}, "", 10.0},
         {{{2.0, "12"}, {5.0, "34"}}, "1234", 10.0},
         {{{0.3, "7"}, {0.6, "\n9"}}, "7\n9", 0.6},
+        {{{0.3, "5\r"}, {0.6, "6\n"}}, "5\r", 0.3},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.expected);
