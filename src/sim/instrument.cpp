@@ -84,9 +84,6 @@ std::string Instrument::handle(const std::string& command) {
     ++commands_received_;
     // A cut line: nothing reaches the instrument any more.
     if (faults.cut_after >= 0 && commands_received_ > faults.cut_after) return {};
-    // A silent instrument (switched off, wrong line settings) neither hears nor answers.
-    if (faults.silent) return {};
-
     std::string replies;
     bool any_reply = false;
     std::stringstream in(command);
@@ -95,6 +92,7 @@ std::string Instrument::handle(const std::string& command) {
         part = trimmed(part);
         if (part.empty()) continue;
         log_.push_back(part);
+        if (faults.silent) continue;
         const Answer answer = handle_one_answer(part);
         if (answer.kind != Answer::Kind::Reply) continue;
         if (any_reply) replies += ';';

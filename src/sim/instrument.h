@@ -43,13 +43,16 @@ struct SimCurve {
 
 // Misbehaviour on request, for fault tests and for trying the program's error paths.
 struct Faults {
-    bool silent = false;         // no reply to anything
-    bool garbage = false;        // every reply replaced by unrelated bytes
-    int split_pieces = 0;        // > 1: a reply arrives in that many pieces (serial/pty)
+    bool silent = false;         // hears commands (they are logged) but acts on none and
+                                 // answers nothing; on GPIB the device is absent: clears and
+                                 // writes fail with no listener
+    bool garbage = false;        // every reply replaced by printable bytes without a comma
+    int split_pieces = 0;        // > 1: a reply arrives in that many pieces (serial, pty)
     double reply_delay = 0;      // seconds before a reply is available
-    int clear_failures = 0;      // device clears that fail before one succeeds
+    int clear_failures = 0;      // GPIB device clears that fail before one succeeds
     int write_fails_after = -1;  // >= 0: GPIB writes after this many good ones fail
-    int cut_after = -1;          // >= 0: the line goes dead after this many commands
+    int cut_after = -1;          // >= 0: after this many command lines nothing arrives any
+                                 // more (writes still leave, replies never come)
     int busy_polls = 0;          // "BUSY?" answers "1" this many times after each save
 
     // "silent,garbage,split=3,delay=0.5,clear=2,writefail=4,cut=10,busy=3" (any subset, any

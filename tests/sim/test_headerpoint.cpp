@@ -179,6 +179,9 @@ TEST(InstrumentFaults, SilenceGarbageAndACutLine) {
     Instrument silent(InstrumentModel::TAZ);
     silent.faults.silent = true;
     EXPECT_EQ(silent.handle("*IDN?"), "");
+    EXPECT_EQ(silent.handle("CRVHDR 21,A,B,2,1,1"), "");
+    EXPECT_EQ(silent.curve(21), nullptr);  // heard, but not acted on
+    EXPECT_EQ(silent.log(), (std::vector<std::string>{"*IDN?", "CRVHDR 21,A,B,2,1,1"}));
 
     Instrument garbled(InstrumentModel::KIP);
     garbled.faults.garbage = true;
