@@ -139,8 +139,6 @@ std::string format_scientific(double magnitude, std::string_view picture, size_t
         round_digits(d, int_places + places);
         exponent = d.point - int_places;
     }
-    double mantissa_digits_value = 0;  // unused; digits are placed directly
-    (void)mantissa_digits_value;
     all_zero = d.digits.empty();
     std::string mant;
     for (int i = 0; i < int_places; ++i)
