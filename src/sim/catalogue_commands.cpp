@@ -2,16 +2,19 @@
 // Empty locations are left out (the pick lists keep the bare location number for them).
 //
 // "CUID?" (KOR, LUM, NAV): one record per stored curve, in location order,
-//     "nn," + the three code characters of the header ("S", setpoint code, thermocouple flag)
+//     location number + "," + the three code characters of the header ("S", setpoint code,
+//     thermocouple flag)
 //     + name (the header's next 9 characters, or fewer when the field is shorter) + ","
 //     + serial number + "," + "N" or "P" + ","
-//   e.g. "00,S20DT-470   ,STD   ,N,11,S10MYCURVE  ,SN1234,P,".
+//   e.g. "0,S20DT-470   ,STD,N,11,S10MYCURVE12,SN9,P," (header "S10MYCURVE12SN9"; a name
+//   written shorter than 9 characters runs into the serial number, as the curve reader sees
+//   it too).
 //
 // "XDT" (KIP, DUN, ELK): "<free bytes> BYTES FREE,<k> CURVES," then one record per stored curve
 // with increasing location numbers,
 //     "nn," + interpolation character + "," + setpoint code + "," + name + ","
 //   (the catalogue drops three fields from the number on and takes the fourth as the name)
-//   e.g. "16168 BYTES FREE,5 CURVES,00,L,2,DT-470   ,". The first field is the free byte count
+//   e.g. "16168 BYTES FREE,5 CURVES,00,L,2,0,DT-470   ,". The first field is the free byte count
 //   followed by exactly 11 characters (" BYTES FREE"), which is what the free-memory query cuts
 //   off.
 #include "sim/command_sets.h"
@@ -26,8 +29,8 @@ std::string cuid_reply(const Instrument& in) {
     for (int location : profile(in.model()).read_locations) {
         const SimCurve* c = in.curve(location);
         if (!c) continue;
-        out += two_digits(location) + "," + fit(c->header, 3) + fit(older_curve_name(*c), 9) + "," +
-               older_curve_serial(*c) + "," + (rising(c->points) ? "P" : "N") + ",";
+        out += std::to_string(location) + "," + fit(c->header, 3) + fit(older_curve_name(*c), 9) +
+               "," + older_curve_serial(*c) + "," + (rising(c->points) ? "P" : "N") + ",";
     }
     return out;
 }

@@ -214,10 +214,3 @@ TEST(SimGpibDriver, WritesFailAfterTheRequestedCountAndSilenceFailsThemAll) {
     EXPECT_TRUE(dead.ibclr(ud2) & SimGpibDriver::ERR);
     EXPECT_TRUE(dead.ibwrt(ud2, command.data(), size) & SimGpibDriver::ERR);
 }
-
-TEST(SimGpibDriver, TimeoutCodes) {
-    const std::pair<int, double> codes[] = {{0, 0},     {11, 1}, {12, 3}, {13, 10},
-                                            {17, 1000}, {18, 0}, {-1, 0}};
-    for (const auto& [code, seconds] : codes)
-        EXPECT_DOUBLE_EQ(kelvara::sim::gpib_timeout_seconds(code), seconds) << code;
-}
