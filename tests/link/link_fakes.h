@@ -18,6 +18,12 @@ struct TimedEvent {
     std::string what;
 };
 
+inline std::vector<std::string> whats(const std::vector<TimedEvent>& events) {
+    std::vector<std::string> out;
+    for (const auto& e : events) out.push_back(e.what);
+    return out;
+}
+
 class ScriptedGpib : public GpibDriver {
   public:
     explicit ScriptedGpib(Clock& clock) : clock_(clock) {}
@@ -33,11 +39,7 @@ class ScriptedGpib : public GpibDriver {
     // Record.
     std::vector<TimedEvent> calls;
 
-    std::vector<std::string> names() const {
-        std::vector<std::string> out;
-        for (const auto& c : calls) out.push_back(c.what);
-        return out;
-    }
+    std::vector<std::string> names() const { return whats(calls); }
     long count(const std::string& prefix) const {
         return std::count_if(calls.begin(), calls.end(), [&](const TimedEvent& e) {
             return e.what.compare(0, prefix.size(), prefix) == 0;

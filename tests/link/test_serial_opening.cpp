@@ -158,9 +158,8 @@ TEST(SerialOpening, SilentInstrumentIsPingedTwiceOverAbout22Seconds) {
     ASSERT_EQ(rig.port->writes.size(), 2u);
     EXPECT_NEAR(rig.port->writes[1].time - rig.port->writes[0].time, 11.0, 0.05);
     // Input is discarded before each ping; the port ends closed.
-    std::vector<std::string> events;
-    for (const auto& e : rig.port->events) events.push_back(e.what);
-    EXPECT_EQ(events, (std::vector<std::string>{"open", "discard", "discard", "close"}));
+    EXPECT_EQ(test::whats(rig.port->events),
+              (std::vector<std::string>{"open", "discard", "discard", "close"}));
     EXPECT_EQ(rig.prompts.texts(), std::vector<std::string>{kRs232});
 }
 

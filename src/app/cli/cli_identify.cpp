@@ -47,7 +47,17 @@ int identify(const Args& given) {
     return 0;
 }
 
-const Subcommand kIdentify("identify", std::string("identify ") + kConnectionUsage, identify);
+const Subcommand kIdentify(
+    "identify",
+    std::string("identify ") + kConnectionUsage +
+        "\n"
+        "      Open the link as the communication dialog's CONTINUE does and check that the\n"
+        "      instrument answers as model M. Exit 0 when it does, 1 when the link fell back to\n"
+        "      working offline. --port N is the N-th serial device of this machine: USB adapters\n"
+        "      first (/dev/ttyUSB*, /dev/ttyACM*), then /dev/ttyS*; --serial PATH names one.\n"
+        "      GPIB loads --gpib-library PATH, else libgpib.so.0, libgpibapi.so.1,\n"
+        "      libgpibapi.so. --simulate talks to a built-in simulated instrument.",
+    identify);
 
 }  // namespace
 
