@@ -1,18 +1,16 @@
-// A header/point instrument procedure wired to a real InstrumentLink whose transports are
-// scripted fakes: every byte sent and every pause lands in one time line, so a test reads the
-// wire traffic the way an instrument would see it.
+// A procedure wired to a real InstrumentLink whose transports are scripted fakes: every byte
+// sent and every pause lands in one time line, read as the instrument would see it.
 #pragma once
 
-#include <deque>
+#include <algorithm>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "curve/curve_record.h"
-#include "curve/header_fields.h"
-#include "link/clock.h"
+#include "curve/number_format.h"
 #include "link/instrument_link.h"
 #include "protocol/session.h"
 
@@ -21,35 +19,60 @@ namespace kelvara::test {
 using Responder = std::function<std::string(const std::string& command)>;
 
 struct Timeline {
-    std::vector<std::string> events;  // sent bytes as they went out, or "pause 0.1"
+    std::vector<std::string> events;  // bytes as sent, or "pause 0.1"
     bool recording = false;
     void add(std::string e) {
         if (recording) events.push_back(std::move(e));
     }
 };
 
+// "CRVDEL {n}|0.1|CRVSAV|1": commands get `end` appended and {n} replaced, numbers are pauses.
+inline std::vector<std::string> script(const std::string& text, const std::string& n,
+                                       const std::string& end) {
+    std::vector<std::string> out;
+    for (size_t from = 0;;) {
+        const size_t bar = text.find('|', from);
+        std::string item = text.substr(from, bar == std::string::npos ? bar : bar - from);
+        for (size_t at; (at = item.find("{n}")) != std::string::npos;) item.replace(at, 3, n);
+        out.push_back(is_numeric_text(item) ? "pause " + item : item + end);
+        if (bar == std::string::npos) return out;
+        from = bar + 1;
+    }
+}
+
 class TimelineClock : public VirtualClock {
   public:
-    explicit TimelineClock(Timeline& t) : timeline_(t) {}
-    void pause(double seconds) override;
+    explicit TimelineClock(Timeline& t) : t_(t) {}
+    void pause(double s) override {
+        VirtualClock::pause(s);
+        t_.add("pause " + general_text(s));
+    }
 
   private:
-    Timeline& timeline_;
+    Timeline& t_;
 };
 
 class FakeSerial : public SerialPort {
   public:
-    FakeSerial(Timeline& t, Responder& r) : timeline_(t), respond_(r) {}
+    FakeSerial(Timeline& t, Responder& r) : t_(t), respond_(r) {}
     bool open(int, const std::string&, const SerialSettings&) override { return open_ = true; }
     void close() override { open_ = false; }
     bool is_open() const override { return open_; }
     void discard_input() override { input_.clear(); }
-    void write(const std::string& bytes) override;
+    void write(const std::string& bytes) override {
+        t_.add(bytes);
+        partial_ += bytes;
+        for (size_t end; (end = partial_.find_first_of("\r\n")) != std::string::npos;) {
+            const std::string line = partial_.substr(0, end);
+            partial_.erase(0, end + 1);
+            if (!line.empty()) input_ += respond_(line);
+        }
+    }
     std::string take_input() override { return std::exchange(input_, std::string()); }
     std::string device_name(int) const override { return "fake"; }
 
   private:
-    Timeline& timeline_;
+    Timeline& t_;
     Responder& respond_;
     bool open_ = false;
     std::string input_, partial_;
@@ -57,15 +80,27 @@ class FakeSerial : public SerialPort {
 
 class FakeGpib : public GpibDriver {
   public:
-    FakeGpib(Timeline& t, Responder& r) : timeline_(t), respond_(r) {}
-    int fail_write_number = -1;  // the n-th ibwrt (1-based, counted while recording) fails
+    FakeGpib(Timeline& t, Responder& r) : t_(t), respond_(r) {}
+    int fail_write_number = -1;  // this ibwrt (1-based, counted while recording) fails
 
     int register_globals() override { return 0; }
     void unregister_globals() override {}
     int ibdev(int, int, int, int, int, int) override { return status(0x100, 0), 3; }
     int ibclr(int) override { return status(0x100, 0); }
-    int ibwrt(int, const char* buffer, long count) override;
-    int ibrd(int, char* buffer, long count) override;
+    int ibwrt(int, const char* buffer, long count) override {
+        std::string line(buffer, static_cast<size_t>(count));
+        t_.add(line);
+        if (t_.recording && ++writes_ == fail_write_number) return status(0x8000, 0);
+        while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
+        reply_ = respond_(line);
+        return status(0x100, count);
+    }
+    int ibrd(int, char* buffer, long count) override {
+        const long n = std::min<long>(count, static_cast<long>(reply_.size()));
+        std::memcpy(buffer, reply_.data(), static_cast<size_t>(n));
+        reply_.erase(0, static_cast<size_t>(n));
+        return status(0x2100, n);
+    }
     int ibloc(int) override { return status(0x100, 0); }
     int ibonl(int, int) override { return status(0x100, 0); }
     std::int32_t thread_ibsta() override { return sta_; }
@@ -74,11 +109,10 @@ class FakeGpib : public GpibDriver {
 
   private:
     int status(int sta, long cntl) {
-        sta_ = sta;
         cntl_ = static_cast<std::int32_t>(cntl);
-        return sta;
+        return sta_ = sta;
     }
-    Timeline& timeline_;
+    Timeline& t_;
     Responder& respond_;
     std::string reply_;
     int writes_ = 0;
@@ -97,18 +131,55 @@ class CountingViews : public Views {
     void show_grid_from_top() override { ++grids; }
 };
 
-// The header of every CRVHDR? reply and the points of every CRVPT? reply by default.
 struct Rig {
-    explicit Rig(InstrumentModel model);
-
-    // Opens the link (identification answered by the responder) and starts recording.
-    void connect(Interface i);
+    explicit Rig(InstrumentModel model)
+        : curve(CurveRecord::for_model(model)),
+          header(HeaderFields::for_model(model)),
+          picks(PickLists::for_model(model)) {
+        setup.model = model;
+        respond = [model](const std::string& c) -> std::string {
+            if (c == "*IDN?" || c == "W2")
+                return "TESSALY,MODEL " + std::string(designation(model)) + ",1,1\r\n";
+            return "\r\n";
+        };
+    }
+    // Answers `command` (or every command starting with it when `prefix`) with `reply` + CR LF.
+    void answer(std::string command, std::function<std::string(const std::string&)> reply,
+                bool prefix = false) {
+        respond = [=, before = respond](const std::string& c) {
+            const bool mine = prefix ? c.rfind(command, 0) == 0 : c == command;
+            return mine ? reply(c) + "\r\n" : before(c);
+        };
+    }
+    void answer(const std::string& command, const std::string& reply) {
+        answer(command, [reply](const std::string&) { return reply; });
+    }
+    // Opens the link (identification answered by the responder), then starts recording.
+    void connect(Interface i) {
+        if (i == Interface::GPIB) {
+            auto g = std::make_unique<FakeGpib>(timeline, respond);
+            gpib = g.get();
+            link.set_gpib_driver(std::move(g));
+            link.setup_488(setup);
+        } else if (i == Interface::RS232) {
+            link.set_serial_port(std::make_unique<FakeSerial>(timeline, respond));
+            link.setup_rs232(setup);
+        } else {
+            setup.interface = Interface::None;
+        }
+        timeline.recording = true;
+        clock.pauses.clear();
+    }
+    void load_curve(const std::vector<std::pair<double, double>>& points) {
+        for (size_t k = 0; k < points.size(); ++k)
+            std::tie(curve.sensor_units[k], curve.temperatures[k]) = points[k];
+        get_number_of_breakpoints(curve);
+    }
+    void pick(ListField& list, int n) {
+        for (size_t k = 0; k < list.entries.size(); ++k)
+            if (parse_leading_number(list.entries[k]) == n) list.selected = static_cast<int>(k);
+    }
     Session& session() { return session_; }
-
-    // Curve with the given (units, temperature) points, name, serial, format code and setpoint.
-    void load_curve(const std::vector<std::pair<double, double>>& points);
-    // Selects the entry of curve n in the list the procedure takes it from.
-    void pick(ListField& list, int n);
 
     Timeline timeline;
     Responder respond;
