@@ -6,7 +6,7 @@
 
 #include "curve/curve_record.h"
 #include "curve/number_format.h"
-#include "sim/instrument.h"
+#include "sim/command_sets.h"
 
 using kelvara::InstrumentModel;
 using kelvara::sim::Instrument;
@@ -19,20 +19,9 @@ std::string strip(std::string reply) {
     return reply;
 }
 
+using kelvara::trim_blanks;
 std::vector<std::string> fields(const std::string& text) {
-    std::vector<std::string> out(1);
-    for (char c : text) {
-        if (c == ',')
-            out.emplace_back();
-        else
-            out.back() += c;
-    }
-    return out;
-}
-
-std::string trim(const std::string& s) {
-    const auto a = s.find_first_not_of(' ');
-    return a == std::string::npos ? "" : s.substr(a, s.find_last_not_of(' ') - a + 1);
+    return kelvara::sim::split_fields(text);
 }
 
 // The catalogue's cutting of a "CUID?" reply: number, 3 characters dropped, name, two more
@@ -45,7 +34,7 @@ std::map<int, std::string> cut_cuid(std::string rest) {
         rest = rest.substr(comma + 1);
         rest = rest.size() > 3 ? rest.substr(3) : "";
         const auto end = rest.find(',');
-        out[number] = trim(rest.substr(0, end));
+        out[number] = trim_blanks(rest.substr(0, end));
         for (int drop = 0; drop < 3; ++drop) {
             const auto c = rest.find(',');
             rest = c == std::string::npos ? "" : rest.substr(c + 1);
@@ -63,7 +52,7 @@ std::map<int, std::string> cut_xdt(const std::string& reply) {
     for (std::size_t i = 2; i + 3 < f.size(); i += 4) {
         const int current = static_cast<int>(kelvara::parse_leading_number(f[i]));
         if (current <= previous) break;
-        out[current] = trim(f[i + 3]);
+        out[current] = trim_blanks(f[i + 3]);
         previous = current;
     }
     return out;
@@ -187,13 +176,6 @@ TEST(CatalogueCommands, XdtCutsIntoNamesAndFreeBytes) {
         for (int l : kelvara::profile(model).read_locations) stored += in.curve(l) != nullptr;
         EXPECT_EQ(names.size(), stored);
     }
-}
-
-TEST(CatalogueCommands, ItsQueriesBelongToTheirModelsOnly) {
-    EXPECT_EQ(Instrument(InstrumentModel::TAZ).handle("XDT"), "");
-    EXPECT_EQ(Instrument(InstrumentModel::TAZ).handle("CUID?"), "");
-    EXPECT_EQ(Instrument(InstrumentModel::NAV).handle("XDT"), "");
-    EXPECT_EQ(Instrument(InstrumentModel::KIP).handle("CUID?"), "");
 }
 
 TEST(XkCommands, StoreAppendReadBackAndErase) {

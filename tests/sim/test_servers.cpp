@@ -1,4 +1,3 @@
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -11,15 +10,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <thread>
 
-#include "sim/instrument.h"
-#include "sim/pty_server.h"
+#include "link/gpib_driver.h"
 
 extern char** environ;
-
-using kelvara::InstrumentModel;
-using kelvara::sim::Instrument;
 
 namespace {
 
@@ -45,35 +39,15 @@ std::string ask(int fd, const std::string& command) {
 
 }  // namespace
 
-TEST(PtyServer, AnswersThroughTheSlaveDeviceInPiecesAndStops) {
-    Instrument instrument(InstrumentModel::KIP);
-    kelvara::sim::PtyServer server(instrument);
-    std::string error;
-    ASSERT_TRUE(server.open(&error)) << error;
-    int commands = 0;
-    server.after_command = [&] { ++commands; };
-    std::thread serving([&] { server.serve(); });
-
-    const int fd = ::open(server.slave_path().c_str(), O_RDWR | O_NOCTTY);
-    ASSERT_GE(fd, 0);
-    EXPECT_EQ(ask(fd, "W2"), "TESSALY,MODEL KIP,SIM000001,1.0\r\n");
-    const std::string curve = instrument.handle("XD05");  // a factory curve, a long line
-    instrument.faults.split_pieces = 2;
-    EXPECT_EQ(ask(fd, "XD05"), curve);
-    ::close(fd);
-    server.stop();
-    serving.join();
-    EXPECT_EQ(commands, 2);
-}
-
-TEST(PtyServer, TheProgramPrintsItsDeviceAndKeepsCurvesUntilStopped) {
+TEST(PtyServer, TheProgramPrintsItsDeviceAnswersInPiecesAndKeepsCurvesUntilStopped) {
     int out[2];
     ASSERT_EQ(::pipe(out), 0);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, out[1], 1);
     posix_spawn_file_actions_addclose(&actions, out[0]);
-    const char* argv[] = {KELVARA_SIM_PROGRAM, "--model", "QUA/RIL", nullptr};
+    const char* argv[] = {KELVARA_SIM_PROGRAM, "--model", "QUA/RIL",
+                          "--faults",          "split=3", nullptr};
     pid_t pid = 0;
     ASSERT_EQ(posix_spawn(&pid, KELVARA_SIM_PROGRAM, &actions, nullptr, const_cast<char**>(argv),
                           environ),
@@ -107,36 +81,13 @@ TEST(PtyServer, TheProgramPrintsItsDeviceAndKeepsCurvesUntilStopped) {
 
 namespace {
 
-// One session of a GPIB program against the simulated library, in the calling process.
-struct GpibSession {
-    void* handle = nullptr;
-    int (*ibdev)(int, int, int, int, int, int) = nullptr;
-    int (*ibwrt)(int, const void*, long) = nullptr;
-    int (*ibrd)(int, void*, long) = nullptr;
-    int (*ibonl)(int, int) = nullptr;
-    long (*thread_ibcntl)() = nullptr;
-    int* ibsta = nullptr;
-
-    bool load() {
-        handle = dlopen(KELVARA_SIM_GPIB_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-        if (!handle) return false;
-        ibdev = reinterpret_cast<decltype(ibdev)>(dlsym(handle, "ibdev"));
-        ibwrt = reinterpret_cast<decltype(ibwrt)>(dlsym(handle, "ibwrt"));
-        ibrd = reinterpret_cast<decltype(ibrd)>(dlsym(handle, "ibrd"));
-        ibonl = reinterpret_cast<decltype(ibonl)>(dlsym(handle, "ibonl"));
-        thread_ibcntl = reinterpret_cast<decltype(thread_ibcntl)>(dlsym(handle, "ThreadIbcntl"));
-        ibsta = static_cast<int*>(dlsym(handle, "ibsta"));
-        return ibdev && ibwrt && ibrd && ibonl && thread_ibcntl && ibsta &&
-               dlsym(handle, "ibclr") && dlsym(handle, "ibloc") && dlsym(handle, "ThreadIbsta") &&
-               dlsym(handle, "ThreadIberr");
-    }
-    std::string query(int ud, const std::string& command) {
-        ibwrt(ud, command.data(), static_cast<long>(command.size()));
-        char buffer[80];
-        ibrd(ud, buffer, sizeof buffer);
-        return std::string(buffer, static_cast<std::size_t>(thread_ibcntl()));
-    }
-};
+// What a GPIB program does: write one command, read the reply into 80 characters.
+std::string query(kelvara::GpibDriver& gpib, int ud, const std::string& command) {
+    gpib.ibwrt(ud, command.data(), static_cast<long>(command.size()));
+    char buffer[80];
+    gpib.ibrd(ud, buffer, sizeof buffer);
+    return std::string(buffer, static_cast<std::size_t>(gpib.thread_ibcntl()));
+}
 
 }  // namespace
 
@@ -153,15 +104,12 @@ TEST(SimGpibLibrary, AnswersAndKeepsTheInstrumentAcrossProcesses) {
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
-        GpibSession s;
-        if (!s.load()) ::_exit(10);
-        const int ud = s.ibdev(0, 12, 0, 13, 1, 0);
-        if (ud < 0) ::_exit(11);
-        const std::string header = "CRVHDR 25,KEPT,SN7,3, 300,2";
-        const std::string point = "CRVPT 25,1,100.000,300.000";
-        s.ibwrt(ud, header.data(), static_cast<long>(header.size()));
-        s.ibwrt(ud, point.data(), static_cast<long>(point.size()));
-        ::_exit(s.query(ud, "*IDN?") == "TESSALY,MODEL MEP,SIM000001,1.0\r\n" ? 0 : 12);
+        auto gpib = kelvara::load_gpib_library(KELVARA_SIM_GPIB_LIBRARY);
+        const int ud = gpib ? gpib->ibdev(0, 12, 0, 13, 1, 0) : -1;
+        if (ud < 0) ::_exit(10);
+        query(*gpib, ud, "CRVHDR 25,KEPT,SN7,3, 300,2");
+        query(*gpib, ud, "CRVPT 25,1,100.000,300.000");
+        ::_exit(query(*gpib, ud, "*IDN?") == "TESSALY,MODEL MEP,SIM000001,1.0\r\n" ? 0 : 11);
     }
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
@@ -169,16 +117,17 @@ TEST(SimGpibLibrary, AnswersAndKeepsTheInstrumentAcrossProcesses) {
     ASSERT_EQ(WEXITSTATUS(status), 0);
 
     // A second program finds it there.
-    GpibSession s;
-    ASSERT_TRUE(s.load()) << dlerror();
-    const int ud = s.ibdev(0, 12, 0, 10, 1, 0);  // T300ms: the empty read below times out soon
+    std::string error;
+    auto gpib = kelvara::load_gpib_library(KELVARA_SIM_GPIB_LIBRARY, &error);
+    ASSERT_TRUE(gpib) << error;
+    const int ud = gpib->ibdev(0, 12, 0, 10, 1, 0);  // T300ms: the empty read below ends soon
     ASSERT_GE(ud, 0);
-    EXPECT_EQ(s.query(ud, "CRVHDR? 25"), "KEPT           ,SN7       ,3,300,2\r\n");
-    EXPECT_EQ(s.query(ud, "CRVPT? 25,1"), "100.000,300.000\r\n");
+    EXPECT_EQ(query(*gpib, ud, "CRVHDR? 25"), "KEPT           ,SN7       ,3,300,2\r\n");
+    EXPECT_EQ(query(*gpib, ud, "CRVPT? 25,1"), "100.000,300.000\r\n");
     char buffer[10];
-    EXPECT_TRUE(s.ibrd(ud, buffer, sizeof buffer) & 0x8000);  // nothing more to read
-    EXPECT_TRUE(*s.ibsta & 0x8000);
-    s.ibonl(ud, 0);
-    dlclose(s.handle);
+    gpib->ibrd(ud, buffer, sizeof buffer);  // nothing more to read
+    EXPECT_TRUE(gpib->thread_ibsta() & 0x8000);
+    EXPECT_EQ(gpib->thread_ibcntl(), 0);
+    gpib->ibonl(ud, 0);
     std::filesystem::remove(state);
 }

@@ -46,18 +46,6 @@ TEST(SimSerialPort, LinesAreCutAtCrOrLfAcrossWrites) {
               (std::vector<std::string>{"CRVHDR 21,A,B,2,1,1", "CRVHDR? 21", "*IDN?"}));
 }
 
-TEST(SimSerialPort, AClosedOrMissingPortNeitherSendsNorAnswers) {
-    VirtualClock clock;
-    Instrument instrument(InstrumentModel::TAZ);
-    SimSerialPort port(instrument, clock);
-    port.write("*IDN?\r\n");
-    EXPECT_EQ(port.take_input(), "");
-    EXPECT_TRUE(instrument.log().empty());
-    port.can_open = false;
-    EXPECT_FALSE(port.open(3, "", {}));
-    EXPECT_FALSE(port.is_open());
-}
-
 TEST(SimSerialPort, SlowSplitAndDiscardedReplies) {
     struct Row {
         const char* title;
@@ -103,17 +91,6 @@ TEST(SimSerialPort, DiscardDropsOnlyWhatHasArrived) {
     port.discard_input();  // the slow answer is still on its way
     clock.advance(1);
     EXPECT_EQ(port.take_input(), kIdentity);
-}
-
-TEST(SimSerialPort, ASilentInstrumentTimesOut) {
-    VirtualClock clock;
-    Instrument instrument(InstrumentModel::KIP);
-    instrument.faults.silent = true;
-    SimSerialPort port(instrument, clock);
-    port.open(1, "", {});
-    port.write("W2\r\n");
-    EXPECT_EQ(collect(port, clock, 10), "");
-    EXPECT_GE(clock.now(), 10);
 }
 
 TEST(SimGpibDriver, OpensOnlyItsAddress) {
