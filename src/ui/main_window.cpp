@@ -163,6 +163,7 @@ void MainWindow::build_widgets() {
     auto* backdrop = new QHBoxLayout(label8_);
     backdrop->setContentsMargins(6, 3, 6, 3);
     backdrop->addWidget(check1_);
+    label8_->setMinimumHeight(check1_->sizeHint().height() + 6);
 
     header->addWidget(label2_, 0, 0);
     header->addWidget(texts_[30], 0, 1);

@@ -52,12 +52,12 @@ QHBoxLayout* button_row(QPushButton* cont, QPushButton* quit) {
 
 }  // namespace
 
-QFrame* make_line(const QString& name, QWidget* parent) {
+QFrame* make_line(const QString& name, QWidget* parent, bool separator) {
     auto* line = new QFrame(parent);
     line->setObjectName(name);
     line->setFrameShape(QFrame::HLine);
     line->setFrameShadow(QFrame::Sunken);
-    line->setMinimumWidth(24);
+    if (!separator) line->setFixedWidth(40);
     return line;
 }
 
@@ -72,7 +72,7 @@ InstrumentSelectionDialog::InstrumentSelectionDialog(SetupChoices& choices, QWid
     auto* layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(heading("Label1", "SELECT TESSALY INSTRUMENT", this), 0, Qt::AlignHCenter);
-    layout->addWidget(make_line(QStringLiteral("Line1"), this));
+    layout->addWidget(make_line(QStringLiteral("Line1"), this, true));
 
     auto* group = new QButtonGroup(this);
     int row = 1;
@@ -131,23 +131,17 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
 
     label2_ = heading("Label2", "", this);
     layout->addWidget(label2_, 0, Qt::AlignHCenter);
-    layout->addWidget(make_line(QStringLiteral("Line6"), this));
+    layout->addWidget(make_line(QStringLiteral("Line6"), this, true));
     layout->addWidget(heading("Label1", "SELECT COMMUNICATION INTERFACE", this));
 
     // Interface group: each option is joined by a line to the controls that belong to it.
     auto* frame1 = named(new QFrame(this), "Frame1");
-    auto* frame1_layout = new QVBoxLayout(frame1);
-    frame1_layout->setContentsMargins(0, 0, 0, 0);
     option1_ =
         named(new QRadioButton(QStringLiteral("IEEE-488 GPIB Interface"), frame1), "Option1");
     option2_ =
         named(new QRadioButton(QStringLiteral("RS-232C Serial Interface"), frame1), "Option2");
     option3_ = named(new QRadioButton(QStringLiteral("Do Not Communicate With Instrument"), frame1),
                      "Option3");
-    for (auto* o : {option1_, option2_, option3_}) {
-        o->setMinimumHeight(30);
-        frame1_layout->addWidget(o);
-    }
 
     line3_ = make_line(QStringLiteral("Line3"), this);
     label3_ = named(new QLabel(QStringLiteral("INSTRUMENT ADDRESS"), this), "Label3");
@@ -162,8 +156,12 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
     line2_ = make_line(QStringLiteral("Line2"), this);
     label7_ = named(new QLabel(QStringLiteral("WORK OFFLINE FROM INSTRUMENT"), this), "Label7");
 
-    auto* grid = new QGridLayout;
-    grid->addWidget(frame1, 0, 0, 4, 1);
+    // The frame holds the options and, on each option's row, the controls joined to it.
+    auto* grid = new QGridLayout(frame1);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->addWidget(option1_, 0, 0);
+    grid->addWidget(option2_, 1, 0);
+    grid->addWidget(option3_, 3, 0);
     grid->addWidget(line3_, 0, 1);
     grid->addWidget(label3_, 0, 2);
     grid->addWidget(combo2_, 0, 3);
@@ -177,20 +175,17 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
     for (QWidget* w : std::initializer_list<QWidget*>{line3_, label3_, combo2_, line4_, label6_,
                                                       combo3_, line5_, label4_, line2_, label7_})
         keep_place(w);
-    layout->addLayout(grid);
-    layout->addWidget(make_line(QStringLiteral("Line7"), this));
+    grid->setColumnStretch(2, 1);
+    layout->addWidget(frame1);
+    layout->addWidget(make_line(QStringLiteral("Line7"), this, true));
 
     // Installation type.
     label5_ = heading("Label5", "SELECT INSTALLATION TYPE", this);
     frame2_ = named(new QFrame(this), "Frame2");
-    auto* frame2_layout = new QVBoxLayout(frame2_);
-    frame2_layout->setContentsMargins(0, 0, 0, 0);
     option4_ =
         named(new QRadioButton(QStringLiteral("Simple Curve Installation"), frame2_), "Option4");
     option5_ =
         named(new QRadioButton(QStringLiteral("Advanced Curve Installation"), frame2_), "Option5");
-    frame2_layout->addWidget(option4_);
-    frame2_layout->addWidget(option5_);
     line1_ = make_line(QStringLiteral("Line1"), this);
     line8_ = make_line(QStringLiteral("Line8"), this);
     label8_ = named(
@@ -201,8 +196,10 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
         new QLabel(QStringLiteral("READ, EDIT, AND WRITE CURVES TO AND FROM FILES AND INSTRUMENTS"),
                    this),
         "Label9");
-    auto* install = new QGridLayout;
-    install->addWidget(frame2_, 0, 0, 2, 1);
+    auto* install = new QGridLayout(frame2_);
+    install->setContentsMargins(0, 0, 0, 0);
+    install->addWidget(option4_, 0, 0);
+    install->addWidget(option5_, 1, 0);
     install->addWidget(line1_, 0, 1);
     install->addWidget(label8_, 0, 2);
     install->addWidget(line8_, 1, 1);
@@ -210,8 +207,9 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
     for (QWidget* w :
          std::initializer_list<QWidget*>{label5_, frame2_, line1_, line8_, label8_, label9_})
         keep_place(w);
+    install->setColumnStretch(2, 1);
     layout->addWidget(label5_);
-    layout->addLayout(install);
+    layout->addWidget(frame2_);
 
     auto* cont = named(new QPushButton(QStringLiteral("CONTINUE"), this), "Command1");
     auto* quit = named(new QPushButton(QStringLiteral("QUIT"), this), "Command2");

@@ -18,8 +18,9 @@ class QRadioButton;
 
 namespace kelvara::ui {
 
-// Horizontal line standing for the connector and separator lines of the dialogs.
-QFrame* make_line(const QString& name, QWidget* parent);
+// Horizontal line standing for the connector lines (short) and separator lines (full width) of
+// the dialogs.
+QFrame* make_line(const QString& name, QWidget* parent, bool separator = false);
 
 class InstrumentSelectionDialog : public QDialog {
     Q_OBJECT
