@@ -24,18 +24,17 @@ struct SimPoint {
 };
 
 // A stored curve. Which header fields are meaningful depends on the command set:
-//  - header/point: name, serial, format, limit, coefficient;
-//  - KCUR/CURV: name, serial (the text after the name), format (the format character as a
-//    number where the model sends one), points;
-//  - HOX: serial (the SID text, 8 characters), points at the 192 fixed unit slots;
-//  - XK/XC: header (the "hdr" field as sent), format/coefficient from the "N|P" flag, points.
+//  - header/point: name, serial, format, limit, coefficient, each as sent;
+//  - KCUR/CURV and XK/XC: header, the one header field exactly as sent (codes, name, serial);
+//    the "N"/"P" of a reply is worked out from the points;
+//  - HOX: serial (the SID text), and the 192 grid points.
 struct SimCurve {
     std::string name;
     std::string serial;
-    std::string header;       // raw header text for command sets that send one field
-    std::string format;       // data-format field as sent ("2", "S", ...)
-    std::string limit;        // setpoint limit as sent ("475.000")
-    std::string coefficient;  // "1"/"2", or "N"/"P"
+    std::string header;       // the older instruments' header field
+    std::string format;       // data-format code ("2")
+    std::string limit;        // setpoint limit ("375")
+    std::string coefficient;  // "1" negative, "2" positive
     std::vector<SimPoint> points;
 
     bool operator==(const SimCurve&) const = default;

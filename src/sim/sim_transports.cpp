@@ -115,7 +115,7 @@ int SimGpibDriver::ibclr(int ud) {
 int SimGpibDriver::ibwrt(int ud, const char* buffer, long count) {
     if (!valid(ud) || !buffer || count < 0) return finish(ERR, EARG, 0);
     const Faults& f = instrument_.faults;
-    if (f.silent) return finish(ERR | TIMO, ENOL, 0);
+    if (f.silent) return finish(ERR, ENOL, 0);  // nobody listening
     if (f.write_fails_after >= 0 && writes_ >= f.write_fails_after) return finish(ERR, ENOL, 0);
     ++writes_;
     std::string command(buffer, static_cast<std::size_t>(count));
