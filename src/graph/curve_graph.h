@@ -7,7 +7,7 @@
 #include <QString>
 #include <functional>
 
-#include "graph/graph_spec.h"
+#include "graph/graph_description.h"
 
 class QPrinter;
 

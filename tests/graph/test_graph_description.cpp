@@ -2,7 +2,7 @@
 #include <QtTest>
 
 #include "curve/data_format.h"
-#include "graph/graph_spec.h"
+#include "graph/graph_description.h"
 
 using namespace kelvara;
 
@@ -33,7 +33,7 @@ HeaderFields fields_with(InstrumentModel model, const QString& format) {
 
 }  // namespace
 
-class TestGraphSpec : public QObject {
+class TestGraphDescription : public QObject {
     Q_OBJECT
   private slots:
     void labels_and_scales_data();
@@ -42,7 +42,7 @@ class TestGraphSpec : public QObject {
     void print_titles();
 };
 
-void TestGraphSpec::labels_and_scales_data() {
+void TestGraphDescription::labels_and_scales_data() {
     QTest::addColumn<InstrumentModel>("model");
     QTest::addColumn<QString>("format");
     QTest::addColumn<QList<double>>("temperatures");
@@ -72,7 +72,7 @@ void TestGraphSpec::labels_and_scales_data() {
     // clang-format on
 }
 
-void TestGraphSpec::labels_and_scales() {
+void TestGraphDescription::labels_and_scales() {
     QFETCH(InstrumentModel, model);
     QFETCH(QString, format);
     QFETCH(QList<double>, temperatures);
@@ -101,7 +101,7 @@ void TestGraphSpec::labels_and_scales() {
     QCOMPARE(curve.temperature_coefficient, stored_coefficient);
 }
 
-void TestGraphSpec::print_titles_data() {
+void TestGraphDescription::print_titles_data() {
     QTest::addColumn<InstrumentModel>("model");
     QTest::addColumn<QStringList>("extra_lines");
 
@@ -116,7 +116,7 @@ void TestGraphSpec::print_titles_data() {
         << InstrumentModel::NAV << QStringList{"|Setpoint Limit: 375|"};
 }
 
-void TestGraphSpec::print_titles() {
+void TestGraphDescription::print_titles() {
     QFETCH(InstrumentModel, model);
     QFETCH(QStringList, extra_lines);
 
@@ -142,5 +142,5 @@ void TestGraphSpec::print_titles() {
     QVERIFY(state.spec().extra_titles.empty());
 }
 
-QTEST_APPLESS_MAIN(TestGraphSpec)
-#include "test_graph_spec.moc"
+QTEST_APPLESS_MAIN(TestGraphDescription)
+#include "test_graph_description.moc"

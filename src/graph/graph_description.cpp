@@ -1,4 +1,4 @@
-#include "graph/graph_spec.h"
+#include "graph/graph_description.h"
 
 #include <algorithm>
 #include <cstddef>
