@@ -29,7 +29,7 @@ constexpr double kAfterSerialPing = 1.0;
 constexpr double kSerialReplyTimeout = 10.0;
 constexpr int kPingReplySize = 80;
 
-// The same status the driver's VB-era wrappers report when the thread could not be registered.
+// The status reported when the thread's status variables could not be registered.
 constexpr std::int32_t kRegistrationFailedCntl = static_cast<std::int32_t>(0xDEAD37F0u);
 
 std::int16_t low16(std::int32_t v) {
