@@ -266,16 +266,29 @@ int run_action(Action action, const Args& given) {
     return 1;
 }
 
-const Subcommand kList("list", std::string("list ") + kConnectionUsage,
+const std::string kOn = std::string(" ") + kConnectionUsage;
+
+const Subcommand kList("list",
+                       "list" + kOn +
+                           "\n      Read the instrument's curve catalogue and print the read list's"
+                           "\n      entries, one a line (\"21 - NAME  SERIAL\").",
                        [](const Args& a) { return run_action(Action::List, a); });
-const Subcommand kRead("read", std::string("read ") + kConnectionUsage + " --location N OUT",
-                       [](const Args& a) { return run_action(Action::Read, a); });
-const Subcommand kWrite("write",
-                        std::string("write ") + kConnectionUsage +
-                            " --location N [--no-scaling | --units-offset X --units-factor X "
-                            "--temperature-factor X] IN",
-                        [](const Args& a) { return run_action(Action::Write, a); });
-const Subcommand kDelete("delete", std::string("delete ") + kConnectionUsage + " --location N",
+const Subcommand kRead(
+    "read",
+    "read" + kOn + " --location N OUT" +
+        "\n      Read curve N from the instrument and write it to OUT, a curve file of"
+        "\n      the model's family (.TAZ/.TZA, .NAV/.DUN or .HOX).",
+    [](const Args& a) { return run_action(Action::Read, a); });
+const Subcommand kWrite(
+    "write",
+    "write" + kOn +
+        " --location N [--no-scaling | --units-offset X --units-factor X --temperature-factor X]"
+        " IN\n      Write the curve of file IN to user location N. The older models' scaling takes"
+        "\n      its defaults unless a factor is given; --no-scaling sends the data unscaled.",
+    [](const Args& a) { return run_action(Action::Write, a); });
+const Subcommand kDelete("delete",
+                         "delete" + kOn + " --location N" +
+                             "\n      Erase user location N of the instrument.",
                          [](const Args& a) { return run_action(Action::Delete, a); });
 
 }  // namespace
