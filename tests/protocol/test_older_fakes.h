@@ -16,6 +16,7 @@
 #include "link/instrument_link.h"
 #include "protocol/older_procedures.h"
 #include "protocol/session.h"
+#include "protocol/transfers.h"
 #include "sim/instrument.h"
 #include "sim/sim_transports.h"
 
@@ -26,6 +27,18 @@ using Responder = std::function<std::string(const std::string& command)>;
 
 inline std::string wait_entry(double seconds) {
     return "wait " + general_text(seconds);
+}
+
+// "KCUR11|wait 1.1|..." as the log entries it stands for ("" is the empty log).
+inline std::vector<std::string> entries(const std::string& text) {
+    std::vector<std::string> out;
+    for (std::size_t from = 0; !text.empty();) {
+        const std::size_t bar = text.find('|', from);
+        out.push_back(text.substr(from, bar == std::string::npos ? std::string::npos : bar - from));
+        if (bar == std::string::npos) break;
+        from = bar + 1;
+    }
+    return out;
 }
 
 class LoggingClock : public VirtualClock {
@@ -213,52 +226,11 @@ struct OlderRig {
     }
 
     double waited() const { return clock.total_paused(); }
-};
 
-// The model's own procedure, as the progress dialogs choose it.
-inline void write_for(OlderRig& r) {
-    switch (r.setup.model) {
-        case InstrumentModel::KOR:
-            return write_curve_to_kor(r.session);
-        case InstrumentModel::LUM:
-            return write_curve_to_lum(r.session);
-        case InstrumentModel::NAV:
-            return write_curve_to_nav(r.session);
-        case InstrumentModel::HOX:
-            return write_curve_to_hox(r.session);
-        case InstrumentModel::KIP:
-            return write_curve_to_kip(r.session);
-        default:
-            return write_curve_to_elk(r.session);
-    }
-}
-inline void read_for(OlderRig& r) {
-    switch (r.setup.model) {
-        case InstrumentModel::KOR:
-            return read_curve_from_kor(r.session);
-        case InstrumentModel::LUM:
-            return read_curve_from_lum(r.session);
-        case InstrumentModel::NAV:
-            return read_curve_from_nav(r.session);
-        case InstrumentModel::HOX:
-            return read_curve_from_hox(r.session);
-        default:
-            return read_curve_from_elk(r.session);
-    }
-}
-inline void delete_for(OlderRig& r) {
-    switch (r.setup.model) {
-        case InstrumentModel::KOR:
-            return delete_curve_from_kor(r.session);
-        case InstrumentModel::LUM:
-            return delete_curve_from_lum(r.session);
-        case InstrumentModel::NAV:
-            return delete_curve_from_nav(r.session);
-        case InstrumentModel::HOX:
-            return delete_curve_from_hox(r.session);
-        default:
-            return delete_curve_from_elk(r.session);
-    }
-}
+    // The model's procedures, as the progress dialogs choose them.
+    void write() { run_write_transfer(session); }
+    void read() { run_read_transfer(session); }
+    void remove() { run_delete_transfer(session); }
+};
 
 }  // namespace kelvara::test

@@ -16,7 +16,7 @@ TEST(OlderHox, WriteSendsEveryGridPointThenTheSerialNumber) {
     rig.curve.temperatures[1] = 301.25;
     rig.curve.temperatures[191] = 1.4;  // the slots between stay empty and go out as zero
     rig.header.serial_number = "1234567890";
-    write_for(rig);
+    rig.write();
 
     Log commands, waits;
     for (const auto& e : rig.log) (e.rfind("wait ", 0) == 0 ? waits : commands).push_back(e);
@@ -53,7 +53,7 @@ TEST(OlderHox, ReadTakesTheSerialAndOneTemperaturePerGridPoint) {
                      return "";
                  });
     rig.header.serial_number = "OLD";
-    read_for(rig);
+    rig.read();
 
     EXPECT_EQ(rig.header.serial_number, "HX-0042");
     ASSERT_EQ(rig.log.size(), 2u + 2 * 192);
@@ -89,7 +89,7 @@ TEST(OlderHox, DeleteAndTheSerialLineOnly) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
         OlderRig rig(InstrumentModel::HOX, row.bus);
-        delete_for(rig);
+        rig.remove();
         EXPECT_EQ(rig.log, row.expected);
         EXPECT_EQ(rig.prompts.texts(), row.messages);
     }
@@ -98,7 +98,7 @@ TEST(OlderHox, DeleteAndTheSerialLineOnly) {
 TEST(OlderHox, ASerialNumberAtTheReplyCarriageReturn) {
     OlderRig rig(InstrumentModel::HOX, Interface::RS232,
                  [](const std::string& line) { return line == "SID?" ? "AB\rCD\n" : "1\r\n"; });
-    read_for(rig);
+    rig.read();
     EXPECT_EQ(rig.header.serial_number, "AB");
 }
 

@@ -49,14 +49,14 @@ TEST(OlderRoundTrip, UnscaledCurveReadsBackAsWritten) {
         rig.header.interpolation.selected = 0;
         rig.header.thermocouple = true;
         OlderRig::pick(rig.picks.write, c.location);
-        write_for(rig);
+        rig.write();
         ASSERT_TRUE(rig.prompts.shown.empty()) << rig.prompts.texts().front();
         // The catalogue that ends the write names the location.
         EXPECT_NE(rig.picks.read.entries[c.location].find("RT-CURVE"), std::string::npos);
 
         OlderRig back(c.model, c.bus, instrument);
         OlderRig::pick(back.picks.read, c.location);
-        read_for(back);
+        back.read();
         ASSERT_TRUE(back.prompts.shown.empty()) << back.prompts.texts().front();
         // Eight characters sent unpadded: the field splits after nine on the way back.
         EXPECT_EQ(back.header.name + back.header.serial_number, "RT-CURVED12345");
@@ -78,13 +78,13 @@ TEST(OlderRoundTrip, ScaledPlatinumCurveReadsBackScaledAndDeleteEmptiesTheLocati
         OlderRig rig(c.model, c.bus, instrument);
         rig.set_points({{20.0, 30.0}, {110.0, 273.2}, {350.0, 900.0}});
         OlderRig::pick(rig.picks.write, c.location);
-        write_for(rig);
+        rig.write();
         ASSERT_EQ(rig.scaling.asked.size(), 1u);
         EXPECT_EQ(rig.scaling.asked[0].code, 4);  // ohms / 100
 
         OlderRig back(c.model, c.bus, instrument);
         OlderRig::pick(back.picks.read, c.location);
-        read_for(back);
+        back.read();
         ASSERT_EQ(back.curve.breakpoint_count, 3);
         EXPECT_DOUBLE_EQ(back.curve.sensor_units[0], 0.2);
         EXPECT_DOUBLE_EQ(back.curve.sensor_units[1], 1.1);
@@ -93,10 +93,10 @@ TEST(OlderRoundTrip, ScaledPlatinumCurveReadsBackScaledAndDeleteEmptiesTheLocati
         EXPECT_EQ(back.curve.temperature_coefficient, 2);
 
         OlderRig::pick(back.picks.remove, c.location);
-        delete_for(back);
+        back.remove();
         EXPECT_EQ(back.picks.read.selected, 0);  // every list back on its first entry
         OlderRig::pick(back.picks.read, c.location);
-        read_for(back);
+        back.read();
         EXPECT_EQ(back.prompts.texts(), std::vector<std::string>{"No curve present."});
     }
 }
@@ -106,19 +106,19 @@ TEST(OlderRoundTrip, HoxGridAndSerialNumber) {
     OlderRig rig(InstrumentModel::HOX, Interface::RS232, instrument);
     for (int i = 0; i < 192; ++i) rig.curve.temperatures[i] = 480.0 - 2.5 * i;
     rig.header.serial_number = "HX12345678";
-    write_for(rig);
+    rig.write();
     EXPECT_NEAR(rig.clock.total_paused(), 20.1 + 192 * 3.1 + 3.1, 1e-6);
 
     OlderRig back(InstrumentModel::HOX, Interface::RS232, instrument);
-    read_for(back);
+    back.read();
     EXPECT_TRUE(back.prompts.shown.empty());
     EXPECT_EQ(back.header.serial_number, "HX123456");
     for (int i = 0; i < 192; ++i)
         EXPECT_DOUBLE_EQ(back.curve.temperatures[i], 480.0 - 2.5 * i) << i;
 
-    delete_for(back);
+    back.remove();
     OlderRig erased(InstrumentModel::HOX, Interface::RS232, instrument);
-    read_for(erased);
+    erased.read();
     EXPECT_EQ(erased.header.serial_number, "");
     EXPECT_EQ(erased.curve.temperatures[0], 0.0);
 }
