@@ -185,6 +185,21 @@ TEST(OlderKcurRead, NoCurvePresentLeavesTheOpenCurve) {
     }
 }
 
+// Cut-short or garbled replies that still start with the number must not crash the cutting or
+// reach past the arrays: the curve gets what the reply holds, at most the model's 97 points.
+TEST(OlderKcurRead, TruncatedRepliesStayWithinTheCurve) {
+    for (std::string reply : {"11", "11,", "11,S", "11,S0", "11,S00ABC", "11,S00ABCDEFGHIJK,N",
+                              "11,S00ABC,N,-5,1,2", "11,S00ABC,N,99999,1,2,3", "11,S00ABC,N,4,1"}) {
+        SCOPED_TRACE(reply);
+        OlderRig rig(KOR, RS232, [&](const std::string&) { return reply + "\r\n"; });
+        OlderRig::pick(rig.picks.read, 11);
+        rig.read();
+        EXPECT_GE(rig.curve.breakpoint_count, 0);
+        EXPECT_LE(rig.curve.breakpoint_count, 97);
+        EXPECT_EQ(rig.curve.sensor_units.size(), 98u);
+    }
+}
+
 TEST(OlderKcurRead, NavOverGpibTakesALongReplyWhole) {
     std::string reply = "27,S20LONGCURVESERIAL,N,42,0,0";
     for (int i = 1; i <= 40; ++i)
