@@ -41,7 +41,8 @@ class TallyClock : public Clock {
         in_pauses += real_.now() - start;
     }
     void yield() override { real_.yield(); }
-    double paused = 0;
+    double paused = 0;     // prescribed
+    double in_pauses = 0;  // actually spent in them (more when the machine is busy)
 
   private:
     RealClock real_;
