@@ -9,6 +9,7 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -129,12 +130,55 @@ bool QtPrompts::ask_yes_no(const std::string& text) {
 
 // ---- clock ------------------------------------------------------------------------------------
 
-GuiClock::GuiClock()
-    : RealClock([] { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }) {}
+namespace {
+
+class InputSwallower : public QObject {
+  protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        switch (event->type()) {
+            case QEvent::MouseButtonPress:
+            case QEvent::MouseButtonRelease:
+            case QEvent::MouseButtonDblClick:
+            case QEvent::KeyPress:
+            case QEvent::KeyRelease:
+            case QEvent::Wheel:
+            case QEvent::Shortcut:
+            case QEvent::ShortcutOverride:
+            case QEvent::ContextMenu:
+            case QEvent::TouchBegin:
+            case QEvent::TouchUpdate:
+            case QEvent::TouchEnd:
+            case QEvent::Close:
+                return true;
+            default:
+                return false;
+        }
+    }
+};
+
+}  // namespace
+
+GuiClock::GuiClock() : RealClock() {}
+
+void GuiClock::service_window() {
+    static InputSwallower swallower;
+    QCoreApplication* app = QCoreApplication::instance();
+    if (!app) return;
+    app->installEventFilter(&swallower);
+    QCoreApplication::processEvents(QEventLoop::AllEvents, 2);
+    app->removeEventFilter(&swallower);
+}
 
 void GuiClock::pause(double seconds) {
     const double end = now() + seconds;
-    while (now() < end) QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 5);
+    while (now() < end) {
+        service_window();
+        if (end - now() > 0.002) QThread::msleep(1);
+    }
+}
+
+void GuiClock::yield() {
+    service_window();
 }
 
 // ---- timed dialogs ------------------------------------------------------------------------------

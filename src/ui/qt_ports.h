@@ -56,11 +56,16 @@ class QtPrompts : public Prompts {
 };
 
 // A real clock whose waits keep the window painted while refusing user input: the instrument
-// procedures wait on the one user-interface thread, and nothing typed meanwhile may reach them.
+// procedures wait on the one user-interface thread, and nothing typed or clicked meanwhile may
+// reach them, not even later (a click queued during a long transfer must not start another).
 class GuiClock : public RealClock {
   public:
     GuiClock();
     void pause(double seconds) override;
+    void yield() override;
+
+  private:
+    void service_window();
 };
 
 // The wait dialog and the three progress dialogs: a label (and a bar for transfers) and a timer

@@ -247,6 +247,35 @@ class TestInstrumentCommands : public QObject {
         QCOMPARE(h.w().link().interface(), Interface::RS232);
     }
 
+    void real_clock_paints_but_drops_input() {
+        ui::GuiClock clock;
+        QPushButton button(QStringLiteral("Write Curve To Instrument"));
+        button.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&button));
+        int clicks = 0;
+        connect(&button, &QPushButton::clicked, [&] { ++clicks; });
+        auto post_click = [&] {
+            const QPointF at(5, 5);
+            for (auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
+                QCoreApplication::postEvent(
+                    &button, new QMouseEvent(type, at, button.mapToGlobal(at), Qt::LeftButton,
+                                             Qt::LeftButton, Qt::NoModifier));
+        };
+        bool timer_ran = false;
+        QTimer::singleShot(10, [&] { timer_ran = true; });
+        post_click();
+        QElapsedTimer elapsed;
+        elapsed.start();
+        clock.pause(0.05);
+        QVERIFY(elapsed.elapsed() >= 50);
+        QVERIFY(timer_ran);
+        QCoreApplication::processEvents();
+        QCOMPARE(clicks, 0);  // dropped, not replayed after the wait
+        post_click();
+        QCoreApplication::processEvents();
+        QCOMPARE(clicks, 1);
+    }
+
     void offline_simple_installation_stays_in_window() {
         Harness h;
         h.script.expect("instrumentselection", choose_model(row_of(InstrumentModel::TAZ)))
