@@ -266,8 +266,16 @@ void MainWindow::build_widgets() {
                                         &MainWindow::Command7_Click, &MainWindow::Command8_Click,
                                         &MainWindow::Command9_Click, &MainWindow::cmdAdjust_Click};
     for (int i = 0; i < 10; ++i) connect(commands_[i], &QPushButton::clicked, this, handlers[i]);
-    connect(vscroll1_, &QScrollBar::valueChanged, this,
-            [this](int v) { display_grid_data(top_index_for_scroll_value(v)); });
+    connect(vscroll1_, &QScrollBar::valueChanged, this, [this](int v) {
+        // An edit still in a cell is checked before the rows move under it; a refused one
+        // keeps the grid where it was.
+        if (!leave_pending_edits()) {
+            QSignalBlocker block(vscroll1_);
+            vscroll1_->setValue(scroll_value_for_top_index(shown_top_));
+            return;
+        }
+        display_grid_data(top_index_for_scroll_value(v));
+    });
     connect(combo1_, &QComboBox::currentIndexChanged, this, [this] {
         // Combo1_Click: a new data format only redraws the graph.
         take_fields_from_widgets();
@@ -543,6 +551,7 @@ void MainWindow::show_grid_from_top() {
 }
 
 void MainWindow::display_grid_data(int top_index) {
+    shown_top_ = top_index;
     const auto rows = grid_rows(curve_, top_index);
     for (int r = 0; r < kGridRowCount; ++r)
         texts_[r]->setText(rows[r].units_unused ? QString() : format_number(rows[r].sensor_units));

@@ -138,6 +138,7 @@ class MainWindow : public QWidget, private Views {
     bool write_confirmed_ = false;
     bool ended_ = false;
     bool transfer_running_ = false;
+    int shown_top_ = 0;  // top_index of the rows the grid shows
 
     // Widgets, named as the controls they stand for.
     std::array<QPushButton*, 10> commands_{};  // Command1..Command9, cmdAdjust

@@ -273,6 +273,28 @@ class TestMainWindow : public QObject {
         QCOMPARE(edit->text(), text);
     }
 
+    void scrolling_checks_an_edit_first() {
+        Harness h;
+        load(h, tza_curve(12));
+        show_active(h);
+        QLineEdit* edit = cell(h, 13);  // temperature of point 3
+        edit->setFocus(Qt::MouseFocusReason);
+        QTest::keyClicks(edit, "x");
+        auto* scroll = h.find<QScrollBar>("VScroll1");
+        scroll->setValue(3);  // refused: the grid stays at the top
+        QCOMPARE(h.prompts.texts(), std::vector<std::string>{"Enter Valid number."});
+        QCOMPARE(scroll->value(), 1);
+        QCOMPARE(cell(h, 21)->text(), QStringLiteral("1"));
+        edit->setText("371");
+        edit->setModified(true);
+        QTest::keyClick(edit, Qt::Key_PageDown);  // accepted, then a page down
+        QCOMPARE(h.w().curve().temperatures[2], 371.0);
+        QCOMPARE(scroll->value(), 11);
+        QCOMPARE(cell(h, 21)->text(), QStringLiteral("11"));
+        QCOMPARE(cell(h, 12)->text(), QStringLiteral("280"));  // point 12
+        QCOMPARE(cell(h, 13)->text(), QString());
+    }
+
     void setpoint_validation_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("message");
@@ -397,15 +419,6 @@ class TestMainWindow : public QObject {
         QCOMPARE(QString::fromStdString(g.series[1].label), QStringLiteral("Adjusted"));
         QCOMPARE(g.series[0].points[1].x, 77.0);
         QCOMPARE(g.series[1].points[1].x, 77.5);
-    }
-
-    void adjustment_without_curve() {
-        Harness h;
-        QVERIFY(h.start(InstrumentModel::TAZ));
-        h.w().cmdAdjust_Click();
-        QCOMPARE(h.prompts.shown.size(), size_t(1));
-        QCOMPARE(h.prompts.shown[0].title, std::string("No Curve Open"));
-        QVERIFY(h.script.seen.indexOf("adjustpoints") < 0);
     }
 
     void print_kip_graph_to_pdf() {

@@ -4,6 +4,7 @@
 //   --gpib-library PATH    the NI-488.2-compatible library to load
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QScreen>
 #include <QTimer>
 
 #include "ui/main_window.h"
@@ -37,6 +38,9 @@ int main(int argc, char** argv) {
     options.gpib_library = parser.value(gpib).toStdString();
 
     kelvara::ui::MainWindow window(options);
+    // The set-up dialogs centre on the (still hidden) window: put it mid-screen first.
+    if (QScreen* screen = QGuiApplication::primaryScreen())
+        window.move(screen->availableGeometry().center() - window.rect().center());
     QObject::connect(&window, &kelvara::ui::MainWindow::program_ended, &app, &QApplication::quit,
                      Qt::QueuedConnection);
     if (!window.Form_Load()) return 0;
