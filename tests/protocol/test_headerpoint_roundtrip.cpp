@@ -124,5 +124,34 @@ INSTANTIATE_TEST_SUITE_P(
         return name + (info.param.interface == Interface::GPIB ? "_GPIB" : "_RS232");
     });
 
+// The older catalogues against the simulator's "CUID?" and "XDT" replies: a stored curve is
+// named in the read list and, at a user location, in the write and delete lists.
+TEST(OlderCatalogue, NamesStoredCurves) {
+    for (auto [model, location] :
+         {std::pair{InstrumentModel::NAV, 12}, std::pair{InstrumentModel::KOR, 11},
+          std::pair{InstrumentModel::KIP, 9}, std::pair{InstrumentModel::ELK, 31}}) {
+        SCOPED_TRACE(std::string(designation(model)));
+        for (Interface i : {Interface::GPIB, Interface::RS232}) {
+            if (i == Interface::GPIB && !profile(model).gpib_allowed) continue;
+            Bench b(model, i);
+            ASSERT_EQ(b.setup.interface, i);
+            sim::SimCurve curve;
+            curve.header = "S10MYCURVE12SN9";
+            curve.points = {{"1.00000", "300.0"}, {"2.00000", "200.0"}};
+            b.instrument.store(location, curve);
+            grab_curve_names(b.session);
+            // The entry keeps the number as the instrument wrote it ("XDT" writes two digits).
+            const bool xdt = profile(model).catalogue == CatalogueQuery::Xdt;
+            const std::string entry =
+                (xdt && location < 10 ? "0" : "") + std::to_string(location) + " - MYCURVE12";
+            EXPECT_EQ(b.picks.read.entries[find_entry_by_number(b.picks.read, location)], entry);
+            EXPECT_EQ(b.picks.write.entries[find_entry_by_number(b.picks.write, location)], entry);
+            EXPECT_EQ(b.picks.remove.entries[find_entry_by_number(b.picks.remove, location)],
+                      entry);
+            EXPECT_TRUE(b.prompts.shown.empty());
+        }
+    }
+}
+
 }  // namespace
 }  // namespace kelvara
