@@ -99,8 +99,14 @@ MainWindow::MainWindow(MainWindowOptions options, QWidget* parent)
     scaling_dialog_.set_prompts(prompts_);
     if (!options_.choose_file) options_.choose_file = platform_file_dialog;
     if (!options_.choose_printer) options_.choose_printer = CurveGraph::ask_with_print_dialog;
-    if (!options_.device_for_port)
-        options_.device_for_port = [](int port) { return serial_device_for_port(port); };
+    if (!options_.device_for_port) {
+        // Show the device each port number really reaches: a forced path or the simulator wins.
+        const std::string forced =
+            options_.simulate ? std::string("simulated") : options_.serial_device;
+        options_.device_for_port = [forced](int port) {
+            return forced.empty() ? serial_device_for_port(port) : forced;
+        };
+    }
     link_ = std::make_unique<InstrumentLink>(*clock_, *prompts_);
     build_widgets();
 }
