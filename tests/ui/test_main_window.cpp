@@ -273,6 +273,18 @@ class TestMainWindow : public QObject {
         QCOMPARE(edit->text(), text);
     }
 
+    void grid_in_the_users_locale() {
+        QLocale::setDefault(QLocale(QStringLiteral("de_DE")));
+        Harness h;
+        load(h, tza_curve(5));
+        show_active(h);
+        QCOMPARE(cell(h, 1)->text(), QStringLiteral("0,1"));
+        type_and_leave(cell(h, 3), QStringLiteral("0,35"));
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        QVERIFY(h.prompts.shown.empty());
+        QCOMPARE(h.w().curve().sensor_units[2], 0.35);
+    }
+
     void scrolling_checks_an_edit_first() {
         Harness h;
         load(h, tza_curve(12));
