@@ -127,8 +127,9 @@ class MainWindow : public QWidget, private Views {
     Clock* clock_;
     Prompts* prompts_;
     QtScalingDialog scaling_dialog_;
-    std::unique_ptr<InstrumentLink> link_;
+    // The simulated instruments outlive the link whose transports talk to them.
     std::map<InstrumentModel, std::unique_ptr<sim::Instrument>> simulated_;
+    std::unique_ptr<InstrumentLink> link_;
 
     SetupChoices setup_;
     CurveRecord curve_;
