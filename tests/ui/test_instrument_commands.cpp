@@ -247,6 +247,28 @@ class TestInstrumentCommands : public QObject {
         QCOMPARE(h.w().link().interface(), Interface::RS232);
     }
 
+    void failed_link_continues_offline_data() {
+        QTest::addColumn<int>("option");
+        QTest::newRow("GPIB library missing") << 1;
+        QTest::newRow("serial device missing") << 2;
+    }
+    void failed_link_continues_offline() {
+        QFETCH(int, option);
+        ui::MainWindowOptions o;
+        o.gpib_library = "/nonexistent/libgpib.so.0";
+        o.serial_device = "/nonexistent/ttyS0";
+        Harness h(o);
+        QVERIFY(h.start(InstrumentModel::TAZ, option, true));
+        QCOMPARE(h.w().setup().interface, Interface::None);
+        QVERIFY(!h.prompts.shown.empty());
+        const std::string last = h.prompts.shown.back().text;
+        QVERIFY2(last.size() > 27 && last.substr(last.size() - 27) == "Continuing to work offline.",
+                 last.c_str());
+        // Offline whatever the installation type: no catalogue, no file picker, buttons off.
+        QVERIFY(h.filters.isEmpty());
+        QVERIFY(!h.find<QPushButton>("Command3")->isEnabled());
+    }
+
     void real_clock_paints_but_drops_input() {
         ui::GuiClock clock;
         QPushButton button(QStringLiteral("Write Curve To Instrument"));

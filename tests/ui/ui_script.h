@@ -110,9 +110,11 @@ struct Harness {
     CurveGraph::PrinterChooser printer;        // answers the print dialog
     std::unique_ptr<ui::MainWindow> window;
 
-    Harness() {
+    // Without `options`, the simulated instrument answers.
+    explicit Harness(std::optional<ui::MainWindowOptions> options = std::nullopt) {
         ui::MainWindowOptions o;
         o.simulate = true;
+        if (options) o = *options;
         o.clock = &clock;
         o.prompts = &prompts;
         o.run_dialog = [this](QDialog& d) { return script(d); };
