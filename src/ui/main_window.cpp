@@ -641,6 +641,9 @@ void MainWindow::run_transfer(const QString& name, const char* title, const QStr
                 procedure(s);
             },
             this);
+        // Reads and deletes do not know their length in advance: the bar shows activity until
+        // a procedure reports how far it has come.
+        if (name != QLatin1String("writecurve")) progress.set_fraction(-1);
         show_dialog(progress);
     }
     transfer_running_ = false;
