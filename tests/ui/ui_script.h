@@ -120,10 +120,12 @@ struct Harness {
         o.run_dialog = [this](QDialog& d) { return script(d); };
         o.choose_file = [this](ui::FileDialogKind, const QString& filter, QWidget*) {
             filters << filter;
-            if (files.empty()) return std::optional<QString>();
-            auto f = files.front();
-            files.pop_front();
-            return f;
+            std::optional<QString> chosen;
+            if (!files.empty()) {
+                chosen = files.front();
+                files.pop_front();
+            }
+            return chosen;
         };
         o.choose_printer = [this](QPrinter& p, QWidget* parent) {
             return printer ? printer(p, parent) : false;
