@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <numeric>
+#include <thread>
 
 namespace kelvara {
 
@@ -13,8 +14,13 @@ double RealClock::now() {
 }
 
 void RealClock::pause(double seconds) {
-    // A busy wait, as the instrument procedures expect: nothing else runs meanwhile.
+    // The procedures expect a blocking wait: nothing else runs meanwhile. Sleeping until just
+    // before the end and spinning the last moment keeps the wait exact on a loaded machine,
+    // where a pure spin loses its time slice and overruns by tens of milliseconds.
     const double end = now() + seconds;
+    constexpr double kSpin = 0.002;
+    if (end - now() > kSpin)
+        std::this_thread::sleep_for(std::chrono::duration<double>(end - now() - kSpin));
     while (now() < end) {
     }
 }
