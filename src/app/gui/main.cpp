@@ -5,15 +5,13 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QScreen>
+#include <QStringList>
 #include <QTimer>
+#include <cstdio>
 
 #include "ui/main_window.h"
 
 int main(int argc, char** argv) {
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Tessaly Kelvara"));
-    QApplication::setApplicationVersion(QStringLiteral("8.3"));
-
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Calibration curves of Tessaly temperature instruments."));
@@ -30,6 +28,27 @@ int main(int argc, char** argv) {
                             QStringLiteral("NI-488.2-compatible GPIB library to load."),
                             QStringLiteral("PATH"));
     parser.addOptions({simulate, serial, gpib});
+
+    // --help and --version are answered before the window system is touched, so they work on a
+    // terminal without a display. Everything else (Qt's own -platform, -style, ...) is checked
+    // once the application has taken its options.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
+    parser.parse(arguments);
+    if (parser.isSet(QStringLiteral("help"))) {
+        std::fputs(qPrintable(parser.helpText().replace(QStringLiteral("<executable_name>"),
+                                                        QStringLiteral("kelvara"))),
+                   stdout);
+        return 0;
+    }
+    if (parser.isSet(QStringLiteral("version"))) {
+        std::puts("kelvara 8.3");
+        return 0;
+    }
+
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Tessaly Kelvara"));
+    QApplication::setApplicationVersion(QStringLiteral("8.3"));
     parser.process(app);
 
     kelvara::ui::MainWindowOptions options;
