@@ -1,187 +1,145 @@
-// Scripted transports for the link tests: every call is recorded with the virtual time at which
-// it happened, and the replies are scripted per test.
+// Scripted transports for the link tests, plugged into one link on a virtual clock. The GPIB
+// driver logs every call; the serial instrument answers each written line with pieces that
+// arrive at given delays.
 #pragma once
 
 #include <algorithm>
 #include <deque>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "link/clock.h"
-#include "link/gpib_driver.h"
-#include "link/serial_port.h"
+#include "link/instrument_link.h"
 
 namespace kelvara::test {
 
-struct TimedEvent {
-    double time;
-    std::string what;
-};
-
-inline std::vector<std::string> whats(const std::vector<TimedEvent>& events) {
-    std::vector<std::string> out;
-    for (const auto& e : events) out.push_back(e.what);
-    return out;
-}
-
-class ScriptedGpib : public GpibDriver {
+class FakeGpib : public GpibDriver {
   public:
-    explicit ScriptedGpib(Clock& clock) : clock_(clock) {}
-
-    // Script.
-    std::vector<int> register_results = {0};  // one per register_globals() call, last repeats
+    std::vector<int> register_results{0};  // one per register_globals(), the last repeats
     int descriptor = 5;
-    int clear_failures = 0;           // ibclr fails this many times before it succeeds
-    std::deque<bool> write_fails;     // per ibwrt; empty: succeeds
-    std::deque<std::string> replies;  // one per ibrd; empty: nothing arrives (timeout)
-    std::int32_t sta_override = -1;   // >= 0: thread_ibsta reports this instead
+    int clear_failures = 0;           // ibclr fails this many times, then succeeds
+    std::deque<bool> write_fails;     // one per ibwrt; none left: succeeds
+    std::deque<std::string> replies;  // one per ibrd; none left: times out
+    std::int32_t high_bits = 0;       // reported above the 16 bits of ibsta
+    std::vector<std::string> log;
 
-    // Record.
-    std::vector<TimedEvent> calls;
-
-    std::vector<std::string> names() const { return whats(calls); }
-    long count(const std::string& prefix) const {
-        return std::count_if(calls.begin(), calls.end(), [&](const TimedEvent& e) {
-            return e.what.compare(0, prefix.size(), prefix) == 0;
-        });
-    }
+    long count(const std::string& call) const { return std::ranges::count(log, call); }
 
     int register_globals() override {
-        record("register");
-        const auto n = std::min(registers_++, register_results.size() - 1);
-        return register_results[n];
+        log.push_back("register");
+        return register_results[std::min(registers_++, register_results.size() - 1)];
     }
-    void unregister_globals() override { record("unregister"); }
+    void unregister_globals() override { log.push_back("unregister"); }
     int ibdev(int board, int pad, int sad, int tmo, int eot, int eos) override {
-        record("ibdev " + std::to_string(board) + " " + std::to_string(pad) + " " +
-               std::to_string(sad) + " " + std::to_string(tmo) + " " + std::to_string(eot) + " " +
-               std::to_string(eos));
-        set(descriptor < 0 ? kErr : kCmpl, descriptor < 0 ? 4 : 0, 0);
+        std::string call = "ibdev";
+        for (int v : {board, pad, sad, tmo, eot, eos}) call += " " + std::to_string(v);
+        log.push_back(call);
+        set(descriptor < 0, 0);
         return descriptor;
     }
-    int ibclr(int ud) override {
-        record("ibclr " + std::to_string(ud));
-        const bool fail = clears_++ < clear_failures;
-        set(fail ? kErr : kCmpl, fail ? 2 : 0, 0);
-        return sta_;
+    int ibclr(int) override {
+        log.push_back("ibclr");
+        return set(clears_++ < clear_failures, 0);
     }
-    int ibwrt(int ud, const char* buffer, long count) override {
-        record("ibwrt " + std::to_string(ud) + " [" + std::string(buffer, count) + "]");
-        bool fail = false;
-        if (!write_fails.empty()) {
-            fail = write_fails.front();
-            write_fails.pop_front();
-        }
-        set(fail ? kErr : kCmpl, fail ? 2 : 0, fail ? 0 : count);
-        return sta_;
+    int ibwrt(int, const char* buffer, long count) override {
+        log.push_back("ibwrt " + std::string(buffer, count));
+        const bool fail = !write_fails.empty() && write_fails.front();
+        if (!write_fails.empty()) write_fails.pop_front();
+        return set(fail, fail ? 0 : count);
     }
-    int ibrd(int ud, char* buffer, long count) override {
-        record("ibrd " + std::to_string(ud) + " " + std::to_string(count));
-        if (replies.empty()) {
-            set(kErr | kTimo, 6, 0);
-            return sta_;
-        }
-        const std::string r = replies.front();
+    int ibrd(int, char* buffer, long count) override {
+        log.push_back("ibrd " + std::to_string(count));
+        if (replies.empty()) return set(true, 0);
+        const std::string reply = replies.front();
         replies.pop_front();
-        const long n = std::min<long>(count, static_cast<long>(r.size()));
-        std::copy(r.begin(), r.begin() + n, buffer);
-        set(kCmpl | kEnd, 0, n);
-        return sta_;
+        const long n = std::min<long>(count, static_cast<long>(reply.size()));
+        std::copy_n(reply.begin(), n, buffer);
+        return set(false, n);
     }
-    int ibloc(int ud) override {
-        record("ibloc " + std::to_string(ud));
-        return kCmpl;
+    int ibloc(int) override {
+        log.push_back("ibloc");
+        return set(false, 0);
     }
-    int ibonl(int ud, int online) override {
-        record("ibonl " + std::to_string(ud) + " " + std::to_string(online));
-        return kCmpl;
+    int ibonl(int, int online) override {
+        log.push_back("ibonl " + std::to_string(online));
+        return set(false, 0);
     }
-    std::int32_t thread_ibsta() override { return sta_override >= 0 ? sta_override : sta_; }
-    std::int32_t thread_iberr() override { return err_; }
+    std::int32_t thread_ibsta() override { return sta_ | high_bits; }
+    std::int32_t thread_iberr() override { return 0; }
     std::int32_t thread_ibcntl() override { return cntl_; }
 
-    std::int32_t cntl_ = 0;
-
-    static constexpr int kErr = 0x8000, kTimo = 0x4000, kEnd = 0x2000, kCmpl = 0x0100;
-
   private:
-    void record(std::string what) { calls.push_back({clock_.now(), std::move(what)}); }
-    void set(int sta, int err, std::int32_t cntl) {
-        sta_ = sta;
-        err_ = err;
-        cntl_ = cntl;
+    int set(bool fail, long count) {
+        cntl_ = static_cast<std::int32_t>(count);
+        return sta_ = fail ? 0x8000 : 0x0100;
     }
-    Clock& clock_;
     std::size_t registers_ = 0;
     int clears_ = 0;
-    int sta_ = 0, err_ = 0;
+    std::int32_t sta_ = 0, cntl_ = 0;
 };
 
-// A serial port whose instrument answers each written line with a scripted reply, delivered in
-// pieces at given delays after the line was written.
-class ScriptedSerial : public SerialPort {
+class FakeSerial : public SerialPort {
   public:
-    struct Piece {
-        double delay;  // seconds after the command line was written
-        std::string text;
-    };
-    using Answer = std::vector<Piece>;  // empty: the instrument stays silent
+    using Answer = std::vector<std::pair<double, std::string>>;  // (delay, text); empty: silent
+    explicit FakeSerial(Clock& clock) : clock_(clock) {}
 
-    explicit ScriptedSerial(Clock& clock) : clock_(clock) {}
-
-    std::deque<Answer> answers;
-    bool can_open = true;
-
-    std::vector<TimedEvent> writes;  // exact bytes written
-    std::vector<TimedEvent> events;  // open/close/discard
+    std::deque<Answer> answers;                          // one per written line
+    std::vector<std::pair<double, std::string>> coming;  // (arrival time, text)
+    std::vector<std::string> writes;
     SerialSettings settings;
-    int opened_port = 0;
-    std::string opened_device;
+    std::string device;
+    int discards = 0;
 
-    // Bytes that are already waiting, as if the instrument had sent them unasked.
-    void arrive_now(const std::string& text) { pending_.push_back({clock_.now(), text}); }
-
-    bool open(int port, const std::string& device, const SerialSettings& s) override {
-        events.push_back({clock_.now(), "open"});
-        if (!can_open) return false;
-        open_ = true;
+    bool open(int, const std::string& dev, const SerialSettings& s) override {
         settings = s;
-        opened_port = port;
-        opened_device = device;
-        return true;
+        device = dev;
+        return open_ = true;
     }
-    void close() override {
-        events.push_back({clock_.now(), "close"});
-        open_ = false;
-    }
+    void close() override { open_ = false; }
     bool is_open() const override { return open_; }
     void discard_input() override {
-        events.push_back({clock_.now(), "discard"});
-        const double now = clock_.now();
-        std::erase_if(pending_, [&](const Piece& p) { return p.delay <= now; });
+        ++discards;
+        std::erase_if(coming, [&](const auto& c) { return c.first <= clock_.now(); });
     }
     void write(const std::string& bytes) override {
-        writes.push_back({clock_.now(), bytes});
+        writes.push_back(bytes);
         if (answers.empty()) return;
-        for (const auto& piece : answers.front())
-            pending_.push_back({clock_.now() + piece.delay, piece.text});
+        for (const auto& [delay, text] : answers.front())
+            coming.emplace_back(clock_.now() + delay, text);
         answers.pop_front();
     }
     std::string take_input() override {
         std::string out;
-        const double now = clock_.now();
-        while (!pending_.empty() && pending_.front().delay <= now) {
-            out += pending_.front().text;
-            pending_.pop_front();
+        while (!coming.empty() && coming.front().first <= clock_.now()) {
+            out += coming.front().second;
+            coming.erase(coming.begin());
         }
         return out;
     }
-    std::string device_name(int port) const override { return "port" + std::to_string(port); }
+    std::string device_name(int) const override { return {}; }
 
   private:
     Clock& clock_;
     bool open_ = false;
-    std::deque<Piece> pending_;  // delay holds the absolute arrival time here
+};
+
+// A link with both transports, set up for `model` at GPIB address 7 or on /dev/pts/9.
+struct Rig {
+    VirtualClock clock;
+    RecordingPrompts prompts;
+    InstrumentLink link{clock, prompts};
+    FakeGpib* gpib = new FakeGpib;
+    FakeSerial* port = new FakeSerial(clock);
+    SetupChoices choices;
+
+    explicit Rig(InstrumentModel model) {
+        link.set_gpib_driver(std::unique_ptr<GpibDriver>(gpib));
+        link.set_serial_port(std::unique_ptr<SerialPort>(port));
+        choices.model = model;
+        choices.gpib_address = 7;
+        choices.serial_device = "/dev/pts/9";
+    }
 };
 
 }  // namespace kelvara::test
