@@ -36,10 +36,7 @@ class Scratch {
         std::ifstream in(path(name), std::ios::binary);
         return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     }
-    size_t entries() const {
-        auto it = std::filesystem::directory_iterator(dir_);
-        return static_cast<size_t>(std::distance(begin(it), end(it)));
-    }
+    bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
 
   private:
     std::filesystem::path dir_ = std::filesystem::temp_directory_path() /

