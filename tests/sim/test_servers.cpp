@@ -81,9 +81,10 @@ TEST(PtyServer, TheProgramPrintsItsDeviceAnswersInPiecesAndKeepsCurvesUntilStopp
 
 namespace {
 
-// What a GPIB program does: write one command, read the reply into 80 characters.
+// What a GPIB program does: write one command; a query's reply is read into 80 characters.
 std::string query(kelvara::GpibDriver& gpib, int ud, const std::string& command) {
     gpib.ibwrt(ud, command.data(), static_cast<long>(command.size()));
+    if (command.find('?') == std::string::npos) return {};
     char buffer[80];
     gpib.ibrd(ud, buffer, sizeof buffer);
     return std::string(buffer, static_cast<std::size_t>(gpib.thread_ibcntl()));
@@ -120,7 +121,7 @@ TEST(SimGpibLibrary, AnswersAndKeepsTheInstrumentAcrossProcesses) {
     std::string error;
     auto gpib = kelvara::load_gpib_library(KELVARA_SIM_GPIB_LIBRARY, &error);
     ASSERT_TRUE(gpib) << error;
-    const int ud = gpib->ibdev(0, 12, 0, 10, 1, 0);  // T300ms: the empty read below ends soon
+    const int ud = gpib->ibdev(0, 12, 0, 8, 1, 0);  // T30ms: the empty read below ends soon
     ASSERT_GE(ud, 0);
     EXPECT_EQ(query(*gpib, ud, "CRVHDR? 25"), "KEPT           ,SN7       ,3,300,2\r\n");
     EXPECT_EQ(query(*gpib, ud, "CRVPT? 25,1"), "100.000,300.000\r\n");

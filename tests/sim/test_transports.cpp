@@ -14,180 +14,172 @@ using kelvara::sim::SimSerialPort;
 
 namespace {
 
-const std::string kIdentity = "TESSALY,MODEL TAZ,SIM000001,1.0\r\n";
+const std::string kIdentity = "TESSALY,MODEL TAZ,SIM000001,1.0";
+const char* kHeader21 = "A              ,B         ,2,1,1";
+const char* kEmptyHeader = "               ,          ,0,0.000,0";
 
-// Takes input the way the link's serial reader does: until a line end or the time limit.
-std::string collect(SimSerialPort& port, VirtualClock& clock, double limit, int* takes = nullptr) {
-    std::string text;
-    const double start = clock.now();
-    while (clock.now() - start < limit) {
-        const std::string piece = port.take_input();
-        if (!piece.empty() && takes) ++*takes;
-        text += piece;
-        if (text.find_first_of("\r\n") != std::string::npos) break;
-        clock.yield();
+enum class Via { Direct, Serial, Gpib };
+
+// One TAZ reachable directly, through a serial port and through a GPIB device with T3s.
+struct Bench {
+    VirtualClock clock;
+    Instrument instrument{InstrumentModel::TAZ};
+    SimSerialPort port{instrument, clock};
+    SimGpibDriver gpib{instrument, clock};
+    int ud = gpib.ibdev(0, 12, 0, 12, 1, 0);
+
+    Bench() {
+        clock.yield_step = 0.001;
+        port.open(1, "", {});
     }
-    return text;
-}
+
+    // Takes input the way the link's serial reader does, until a line end or 5 s; the pieces
+    // that arrived separately are joined by "|".
+    std::string serial(const std::string& command) {
+        port.write(command + "\r\n");
+        std::string text;
+        for (const double start = clock.now(); clock.now() - start < 5; clock.yield()) {
+            const std::string piece = port.take_input();
+            if (piece.empty()) continue;
+            text += (text.empty() ? "" : "|") + piece;
+            if (text.ends_with('\n')) break;
+        }
+        return text;
+    }
+
+    // What a GPIB program sees: "ERR" for a failed clear or write, "TIMEOUT" for a read that got
+    // nothing, else the reply read into 80 characters.
+    std::string bus(const std::string& command) {
+        if (command == "clear") return gpib.ibclr(ud) & SimGpibDriver::ERR ? "ERR" : "";
+        if (gpib.ibwrt(ud, command.data(), static_cast<long>(command.size())) & SimGpibDriver::ERR)
+            return "ERR";
+        char buffer[80];
+        if (gpib.ibrd(ud, buffer, sizeof buffer) & SimGpibDriver::TIMO) return "TIMEOUT";
+        return std::string(buffer, static_cast<std::size_t>(gpib.thread_ibcntl()));
+    }
+
+    // The outcome of one step without the reply's line end; "~" ends every fault.
+    std::string step(Via via, const std::string& command) {
+        if (command == "~") instrument.faults = {};
+        if (command == "~") return "";
+        std::string out = via == Via::Serial ? serial(command)
+                          : via == Via::Gpib ? bus(command)
+                                             : instrument.handle(command);
+        if (out.ends_with("\r\n")) out.resize(out.size() - 2);
+        return out;
+    }
+};
+
+struct Step {
+    const char* command;
+    std::string outcome;
+};
+
+struct FaultRow {
+    const char* faults;  // as given to --faults or KELVARA_SIM_FAULTS
+    Via via;
+    double waited;       // virtual seconds the steps took
+    std::size_t logged;  // command lines that reached the instrument
+    std::vector<Step> steps;
+};
 
 }  // namespace
 
-TEST(SimSerialPort, LinesAreCutAtCrOrLfAcrossWrites) {
-    VirtualClock clock;
-    Instrument instrument(InstrumentModel::TAZ);
-    SimSerialPort port(instrument, clock);
-    ASSERT_TRUE(port.open(1, "", {9600, 'O', 7, 1}));
-    EXPECT_EQ(port.settings().text(), "9600,O,7,1");
-    port.write("CRVHDR 21,A,B,2,1,1\r\nCRVHD");  // the second line arrives in two writes
-    port.write("R? 21\r");
-    port.write("\n*IDN?\n");
-    EXPECT_EQ(port.take_input(), "A              ,B         ,2,1,1\r\n" + kIdentity);
-    EXPECT_EQ(instrument.log(),
+TEST(InstrumentFaults, EachFaultShowsOnTheWire) {
+    const FaultRow rows[] = {
+        {"silent",
+         Via::Direct,
+         0,
+         3,
+         {{"*IDN?", ""}, {"CRVHDR 21,A,B,2,1,1", ""}, {"~", ""}, {"CRVHDR? 21", kEmptyHeader}}},
+        {"silent", Via::Gpib, 0, 0, {{"clear", "ERR"}, {"*IDN?", "ERR"}}},
+        {"garbage", Via::Direct, 0, 2, {{"*IDN?", "#?@!~%&*GARBLED*&%~!@?#"}, {"CRVDEL 21", ""}}},
+        {"split=3", Via::Serial, 0.002, 1, {{"*IDN?", "TESSALY,MOD|EL TAZ,SIM0|00001,1.0"}}},
+        {"delay=1.5", Via::Serial, 1.5, 1, {{"*IDN?", kIdentity}}},
+        {" split=2, delay=0.5",
+         Via::Serial,
+         0.501,
+         1,
+         {{"*IDN?", "TESSALY,MODEL TA|Z,SIM000001,1.0"}}},
+        {"delay=2.5", Via::Gpib, 2.5, 1, {{"*IDN?", kIdentity}}},
+        {"delay=5", Via::Gpib, 3, 1, {{"*IDN?", "TIMEOUT"}}},
+        {"", Via::Gpib, 3, 1, {{"CRVDEL 21", "TIMEOUT"}}},
+        {"clear=2", Via::Gpib, 0, 0, {{"clear", "ERR"}, {"clear", "ERR"}, {"clear", ""}}},
+        {"writefail=2",
+         Via::Gpib,
+         0,
+         2,
+         {{"*IDN?", kIdentity}, {"*IDN?", kIdentity}, {"*IDN?", "ERR"}}},
+        {"cut=2",
+         Via::Direct,
+         0,
+         3,
+         {{"CRVHDR 21,A,B,2,1,1", ""},
+          {"CRVHDR? 21", kHeader21},
+          {"CRVHDR? 21", ""},
+          {"CRVDEL 21", ""},
+          {"~", ""},
+          {"CRVHDR? 21", kHeader21}}},
+        {"busy=2",
+         Via::Direct,
+         0,
+         5,
+         {{"BUSY?", "0"}, {"CRVSAV", ""}, {"BUSY?", "1"}, {"BUSY?", "1"}, {"BUSY?", "0"}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.faults);
+        Bench bench;
+        ASSERT_TRUE(bench.instrument.faults.parse(row.faults));
+        for (const auto& step : row.steps)
+            EXPECT_EQ(bench.step(row.via, step.command), step.outcome) << step.command;
+        EXPECT_NEAR(bench.clock.now(), row.waited, 0.005);
+        EXPECT_EQ(bench.instrument.log().size(), row.logged);
+    }
+    for (const char* bad :
+         {"loud", "split=x", "delay=-1", "cut=", "silent=1", "split=2,busy=1.5.2"}) {
+        kelvara::sim::Faults f;
+        EXPECT_FALSE(f.parse(bad)) << bad;
+        EXPECT_EQ(f.split_pieces, 0) << bad;  // nothing taken from a rejected list
+    }
+}
+
+TEST(SimSerialPort, LinesAreCutAtCrOrLfAcrossWritesAndDiscardKeepsWhatIsOnItsWay) {
+    Bench bench;
+    bench.port.write("CRVHDR 21,A,B,2,1,1\r\nCRVHD");  // the second line arrives in two writes
+    bench.port.write("R? 21\r");
+    bench.port.write("\n*IDN?\n");
+    EXPECT_EQ(bench.port.take_input(), std::string(kHeader21) + "\r\n" + kIdentity + "\r\n");
+    EXPECT_EQ(bench.instrument.log(),
               (std::vector<std::string>{"CRVHDR 21,A,B,2,1,1", "CRVHDR? 21", "*IDN?"}));
+
+    bench.port.write("*IDN?\r\n");
+    bench.port.discard_input();
+    EXPECT_EQ(bench.port.take_input(), "");
+    bench.instrument.faults.reply_delay = 1;
+    bench.port.write("*IDN?\r\n");
+    bench.port.discard_input();  // the slow answer is still on its way
+    bench.clock.advance(1);
+    EXPECT_EQ(bench.port.take_input(), kIdentity + "\r\n");
 }
 
-TEST(SimSerialPort, SlowSplitAndDiscardedReplies) {
-    struct Row {
-        const char* title;
-        double delay;
-        int pieces;
-        double min_wait;  // virtual seconds before the line is complete
-        int takes;        // non-empty takes needed
-    };
-    const Row rows[] = {
-        {"prompt", 0, 0, 0, 1},
-        {"slow", 1.5, 0, 1.5, 1},
-        {"three pieces", 0, 3, 0.002, 3},
-        {"slow and split in two", 0.5, 2, 0.501, 2},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.title);
-        VirtualClock clock;
-        Instrument instrument(InstrumentModel::TAZ);
-        instrument.faults.reply_delay = row.delay;
-        instrument.faults.split_pieces = row.pieces;
-        SimSerialPort port(instrument, clock);
-        port.open(1, "", {});
-        port.write("*IDN?\r\n");
-        int takes = 0;
-        const std::string reply = collect(port, clock, 10, &takes);
-        EXPECT_EQ(reply, kIdentity);
-        EXPECT_GE(clock.now(), row.min_wait);
-        EXPECT_LT(clock.now(), row.min_wait + 0.05);
-        EXPECT_EQ(takes, row.takes);
-    }
-}
-
-TEST(SimSerialPort, DiscardDropsOnlyWhatHasArrived) {
-    VirtualClock clock;
-    Instrument instrument(InstrumentModel::TAZ);
-    SimSerialPort port(instrument, clock);
-    port.open(1, "", {});
-    port.write("*IDN?\r\n");
-    port.discard_input();
-    EXPECT_EQ(port.take_input(), "");
-    instrument.faults.reply_delay = 1;
-    port.write("*IDN?\r\n");
-    port.discard_input();  // the slow answer is still on its way
-    clock.advance(1);
-    EXPECT_EQ(port.take_input(), kIdentity);
-}
-
-TEST(SimGpibDriver, OpensOnlyItsAddress) {
-    VirtualClock clock;
-    Instrument instrument(InstrumentModel::TAZ);
-    SimGpibDriver any(instrument, clock);
-    EXPECT_GE(any.ibdev(0, 5, 0, 13, 1, 0), 0);
-    EXPECT_FALSE(any.status().failed());
-    SimGpibDriver only12(instrument, clock, 12);
+TEST(SimGpibDriver, OpensOnlyItsAddressAndReadsInPiecesOfTheBufferSize) {
+    Bench bench;
+    SimGpibDriver only12(bench.instrument, bench.clock, 12);
     EXPECT_LT(only12.ibdev(0, 5, 0, 13, 1, 0), 0);
-    EXPECT_TRUE(only12.status().failed());
     const int ud = only12.ibdev(0, 12, 0, 13, 1, 0);
-    EXPECT_GE(ud, 0);
-    EXPECT_EQ(only12.register_globals(), 0);
-    EXPECT_FALSE(only12.ibloc(ud) & SimGpibDriver::ERR);
+    ASSERT_GE(ud, 0);
     EXPECT_TRUE(only12.ibclr(ud + 1) & SimGpibDriver::ERR);  // not a device it opened
-}
 
-TEST(SimGpibDriver, WriteThenReadInPiecesOfTheBufferSize) {
-    VirtualClock clock;
-    Instrument instrument(InstrumentModel::TAZ);
-    SimGpibDriver gpib(instrument, clock);
-    const int ud = gpib.ibdev(0, 12, 0, 13, 1, 0);
     const std::string command = "*IDN?\r\n";  // a trailing CR LF is not part of the command
-    EXPECT_EQ(gpib.ibwrt(ud, command.data(), static_cast<long>(command.size())),
+    EXPECT_EQ(only12.ibwrt(ud, command.data(), static_cast<long>(command.size())),
               SimGpibDriver::CMPL);
-    EXPECT_EQ(gpib.thread_ibcntl(), static_cast<long>(command.size()));
+    const std::string reply = kIdentity + "\r\n";
     char buffer[80];
-    EXPECT_EQ(gpib.ibrd(ud, buffer, 10), SimGpibDriver::CMPL);  // more to come: no END
-    EXPECT_EQ(std::string(buffer, 10), kIdentity.substr(0, 10));
-    EXPECT_EQ(gpib.ibrd(ud, buffer, 80), SimGpibDriver::CMPL | SimGpibDriver::END);
-    EXPECT_EQ(gpib.thread_ibcntl(), static_cast<long>(kIdentity.size() - 10));
-    EXPECT_EQ(std::string(buffer, kIdentity.size() - 10), kIdentity.substr(10));
-    EXPECT_TRUE(clock.pauses.empty());
-}
-
-TEST(SimGpibDriver, ReadsWaitForSlowRepliesAndTimeOut) {
-    struct Row {
-        const char* title;
-        const char* command;
-        double delay;
-        int tmo;
-        bool fails;
-        double waited;
-    };
-    const Row rows[] = {
-        {"no reply pending times out after T10s", "CRVDEL 21", 0, 13, true, 10},
-        {"slow reply within the time-out", "*IDN?", 2.5, 13, false, 2.5},
-        {"slow reply beyond T3s", "*IDN?", 5, 12, true, 3},
-        {"prompt reply", "*IDN?", 0, 13, false, 0},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.title);
-        VirtualClock clock;
-        Instrument instrument(InstrumentModel::TAZ);
-        instrument.faults.reply_delay = row.delay;
-        SimGpibDriver gpib(instrument, clock);
-        const int ud = gpib.ibdev(0, 12, 0, row.tmo, 1, 0);
-        gpib.ibwrt(ud, row.command, static_cast<long>(std::string(row.command).size()));
-        char buffer[80];
-        const int status = gpib.ibrd(ud, buffer, 80);
-        EXPECT_EQ((status & SimGpibDriver::ERR) != 0, row.fails);
-        EXPECT_EQ(gpib.status().failed(), row.fails);
-        EXPECT_DOUBLE_EQ(clock.total_paused(), row.waited);
-        if (row.fails) {
-            EXPECT_EQ(gpib.thread_ibcntl(), 0);
-        }
-    }
-}
-
-TEST(SimGpibDriver, ClearFailsTheRequestedNumberOfTimes) {
-    VirtualClock clock;
-    Instrument instrument(InstrumentModel::TAZ);
-    instrument.faults.clear_failures = 10;
-    SimGpibDriver gpib(instrument, clock);
-    const int ud = gpib.ibdev(0, 12, 0, 13, 1, 0);
-    for (int i = 0; i < 10; ++i) EXPECT_TRUE(gpib.ibclr(ud) & SimGpibDriver::ERR) << i;
-    EXPECT_FALSE(gpib.ibclr(ud) & SimGpibDriver::ERR);
-}
-
-TEST(SimGpibDriver, WritesFailAfterTheRequestedCountAndSilenceFailsThemAll) {
-    VirtualClock clock;
-    Instrument instrument(InstrumentModel::TAZ);
-    instrument.faults.write_fails_after = 2;
-    SimGpibDriver gpib(instrument, clock);
-    const int ud = gpib.ibdev(0, 12, 0, 13, 1, 0);
-    const std::string command = "CRVDEL 21";
-    const long size = static_cast<long>(command.size());
-    EXPECT_FALSE(gpib.ibwrt(ud, command.data(), size) & SimGpibDriver::ERR);
-    EXPECT_FALSE(gpib.ibwrt(ud, command.data(), size) & SimGpibDriver::ERR);
-    EXPECT_TRUE(gpib.ibwrt(ud, command.data(), size) & SimGpibDriver::ERR);
-    EXPECT_EQ(instrument.log().size(), 2u);  // the failed write never reached the instrument
-
-    Instrument silent(InstrumentModel::TAZ);
-    silent.faults.silent = true;
-    SimGpibDriver dead(silent, clock);
-    const int ud2 = dead.ibdev(0, 12, 0, 13, 1, 0);
-    EXPECT_TRUE(dead.ibclr(ud2) & SimGpibDriver::ERR);
-    EXPECT_TRUE(dead.ibwrt(ud2, command.data(), size) & SimGpibDriver::ERR);
+    EXPECT_EQ(only12.ibrd(ud, buffer, 10), SimGpibDriver::CMPL);  // more to come: no END
+    EXPECT_EQ(std::string(buffer, 10), reply.substr(0, 10));
+    EXPECT_EQ(only12.ibrd(ud, buffer, 80), SimGpibDriver::CMPL | SimGpibDriver::END);
+    EXPECT_EQ(only12.thread_ibcntl(), static_cast<long>(reply.size() - 10));
+    EXPECT_EQ(std::string(buffer, reply.size() - 10), reply.substr(10));
+    EXPECT_EQ(bench.instrument.log(), std::vector<std::string>{"*IDN?"});
+    EXPECT_TRUE(bench.clock.pauses.empty());
 }

@@ -1,0 +1,276 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "curve/curve_record.h"
+#include "curve/number_format.h"
+#include "link/instrument_link.h"
+#include "sim/command_sets.h"
+
+using kelvara::InstrumentModel;
+using kelvara::sim::Instrument;
+
+namespace {
+
+struct Exchange {
+    const char* command;
+    const char* reply;  // without the line end; nullptr for no reply at all
+};
+
+struct Script {
+    const char* title;
+    InstrumentModel model;
+    std::vector<Exchange> steps;
+    int memory_bytes = 0;  // 0: the model's own
+};
+
+const char* kEmptyHeader = "               ,          ,0,0.000,0";
+const char* kPlatinum11 =
+    "11,S10PLATINUM1SN0001,N,5,0.00000,000.0,0.10000,300.0,0.20000,200.0,0.30000,100.0,9.99999,"
+    "000.0";
+
+std::vector<Script> scripts() {
+    return {
+        {"header and points read back as sent, zeros past the end",
+         InstrumentModel::TAZ,
+         {{"CRVDEL 21", nullptr},
+          {"CRVHDR 21,MYCURVE,SN123,2, 375,1", nullptr},
+          {"CRVPT 21,1,0.09062,475.000", nullptr},
+          {"CRVPT 21,2,1.69800,1.400", nullptr},
+          {"CRVHDR? 21", "MYCURVE        ,SN123     ,2,375,1"},
+          {"CRVPT? 21,2", "1.69800,1.400"},
+          {"CRVPT? 21,3", "0.00000,0.000"}}},
+        {"quoted name and serial lose their quotes, commas inside stay",
+         InstrumentModel::QUA_RIL,
+         {{"CRVHDR 21,\"A,B CURVE\",\"SN 9\",3, 800,2", nullptr},
+          {"CRVHDR? 21", "A,B CURVE      ,SN 9      ,3,800,2"}}},
+        {"over-long name and serial are kept to 15 and 10 characters",
+         InstrumentModel::OBR,
+         {{"CRVHDR 30,ABCDEFGHIJKLMNOPQRST,0123456789AB,4,40,1", nullptr},
+          {"CRVHDR? 30", "ABCDEFGHIJKLMNO,0123456789,4,40,1"}}},
+        {"erase joined with save on one line empties the location",
+         InstrumentModel::TAZ,
+         {{"CRVHDR 22,X,Y,2,1,1", nullptr},
+          {"CRVPT 22,1,1.0,2.0", nullptr},
+          {"CRVDEL 22;CRVSAV", nullptr},
+          {"CRVHDR? 22", kEmptyHeader},
+          {"CRVPT? 22,1", "0.00000,0.000"}}},
+        {"locations the model lacks and points past its limit stay empty",
+         InstrumentModel::WUN,
+         {{"CRVHDR 99,X,Y,2,1,1", nullptr},
+          {"CRVHDR? 99", kEmptyHeader},
+          {"CRVPT 1,201,1.0,2.0", nullptr},
+          {"CRVPT? 1,201", "0.00000,0.000"}}},
+        {"several queries on one line answer in one line; a reset keeps the curves",
+         InstrumentModel::MEP,
+         {{"CRVHDR 21,A,B,2,1,1;CRVPT 21,1,5,6", nullptr},
+          {"*RST", nullptr},
+          {"CRVPT? 21,1;BUSY?", "5,6;0"}}},
+        {"unknown commands, and another family's identification, answer nothing",
+         InstrumentModel::KIP,
+         {{"XYZZY", nullptr}, {"CRVHDR? 21", nullptr}, {"*IDN?", nullptr}}},
+        {"KOR numbers without a blank; the instrument adds its own first and last pair",
+         InstrumentModel::KOR,
+         {{"CURV11,S10PLATINUM1SN0001,0.10000,300.0,0.20000,200.0*", nullptr},
+          {"ECUR11,0.30000,100.0", nullptr},
+          {"CURV? 11", kPlatinum11},
+          {"KCUR11", nullptr},
+          {"CURV? 11", "-1,NO CURVE"}}},
+        {"LUM header with a blank",
+         InstrumentModel::LUM,
+         {{"CURV 11,S10PLATINUM1SN0001,0.10000,300.0,0.20000,200.0*", nullptr},
+          {"ECUR11,0.30000,100.0", nullptr},
+          {"CURV? 11", kPlatinum11}}},
+        {"NAV keeps a short name unpadded and marks rising temperatures",
+         InstrumentModel::NAV,
+         {{"CURV 12,S21DT1SN12,0.5,10.0,0.6,20.0*", nullptr},
+          {"ECUR 12,0.7,30.0", nullptr},
+          {"CURV? 12", "12,S21DT1SN12,P,5,0.00000,000.0,0.5,10.0,0.6,20.0,0.7,30.0,9.99999,000.0"},
+          {"KCUR 12", nullptr},
+          {"CURV? 12", "-1,NO CURVE"}}},
+        {"a full memory refuses points and curves",
+         InstrumentModel::NAV,
+         {{"CURV 11,S00A,1,2,3,4*", nullptr},
+          {"FREE?", "16"},
+          {"ECUR 11,5,6", nullptr},
+          {"FREE?", "0"},
+          {"ECUR 11,7,8", nullptr},
+          {"CURV? 11", "11,S00A,P,5,0.00000,000.0,1,2,3,4,5,6,9.99999,000.0"},
+          {"CURV 12,S00B,1,2,3,4*", nullptr},
+          {"CURV? 12", "-1,NO CURVE"}},
+         Instrument::kHeaderBytes + 3 * Instrument::kPointBytes},
+        {"XK store, append, read back and erase",
+         InstrumentModel::KIP,
+         {{"XD05", "05,19392 BYTES FREE,"},
+          {"XC05,L21THERMOCOUPLEK,0.10000,010.0,0.20000,020.0*", nullptr},
+          {"XE05,0.30000,030.0*", nullptr},
+          {"XD05",
+           "05,L21THERMOCOUPLEK,P,5,0.00000,000.0,0.10000,010.0,0.20000,020.0,0.30000,030.0,9."
+           "99999,"
+           "000.0"},
+          {"XK05*", nullptr},
+          {"XD05", "05,19392 BYTES FREE,"}}},
+        {"XK with blanks after the keyword; appending needs a start",
+         InstrumentModel::ELK,
+         {{"XC 12, 40NAME     SN,1.00000,300.0,2.00000,100.0*", nullptr},
+          {"XE 12,3.00000,050.0*", nullptr},
+          {"XD 12",
+           "12, 40NAME     SN,N,5,0.00000,000.0,1.00000,300.0,2.00000,100.0,3.00000,050.0,"
+           "9.99999,000.0"},
+          {"XE10,5,6*", nullptr},
+          {"XD10", "10,41904 BYTES FREE,"}}},
+        {"HOX grid points, serial number and erase",
+         InstrumentModel::HOX,
+         {{"C0.00,475.000", nullptr},
+          {"C5.60,001.234", nullptr},
+          {"SIDABCDEFGHIJ", nullptr},
+          {"C?0.00", "475.000"},
+          {"C?5.60", "001.234"},
+          {"C?0.02", "0.000"},
+          {"C?0.01", "BAD POINT"},
+          {"C?x", "BAD POINT"},
+          {"SID?", "ABCDEFGH"},
+          {"ERASE!", nullptr},
+          {"C?0.00", "0.000"},
+          {"SID?", ""}}},
+    };
+}
+
+std::string without_line_end(std::string reply) {
+    EXPECT_TRUE(reply.ends_with("\r\n")) << reply;
+    return reply.substr(0, reply.find("\r\n"));
+}
+
+}  // namespace
+
+TEST(Commands, WhatIsWrittenIsHeldAndGivenBack) {
+    for (const auto& script : scripts()) {
+        SCOPED_TRACE(script.title);
+        Instrument instrument(script.model);
+        if (script.memory_bytes) instrument.memory_bytes = script.memory_bytes;
+        for (const auto& step : script.steps) {
+            SCOPED_TRACE(step.command);
+            EXPECT_EQ(instrument.handle(step.command),
+                      step.reply ? std::string(step.reply) + "\r\n" : "");
+        }
+    }
+}
+
+TEST(Commands, EveryHoxGridPointIsItsOwn) {
+    Instrument in(InstrumentModel::HOX);
+    std::vector<std::string> units;
+    for (int i = 0; i < 192; ++i)
+        units.push_back(kelvara::FormatNoLocale(kelvara::hox_grid_units(i), "0.00"));
+    for (int i = 0; i < 192; ++i) in.handle("C" + units[i] + "," + std::to_string(i));
+    for (int i = 0; i < 192; ++i) EXPECT_EQ(in.handle("C?" + units[i]), std::to_string(i) + "\r\n");
+}
+
+TEST(Commands, FactoryCurvesArePlausibleAndRefuseWritesAndErasures) {
+    using kelvara::sim::CommandSet;
+    for (const auto& p : kelvara::model_profiles()) {
+        SCOPED_TRACE(std::string(p.designation));
+        Instrument in(p.model);
+        const CommandSet set = kelvara::sim::command_set_of(p.model);
+        for (int location : p.read_locations) {
+            if (in.is_writable(location)) {
+                EXPECT_EQ(in.curve(location), nullptr);
+                continue;
+            }
+            SCOPED_TRACE(location);
+            ASSERT_NE(in.curve(location), nullptr);
+            const kelvara::sim::SimCurve factory = *in.curve(location);
+            ASSERT_GE(factory.points.size(), 10u);
+            for (std::size_t i = 1; i < factory.points.size(); ++i)
+                EXPECT_LT(kelvara::parse_leading_number(factory.points[i - 1].units),
+                          kelvara::parse_leading_number(factory.points[i].units));
+            if (set == CommandSet::HeaderPoint) {
+                EXPECT_EQ(factory.coefficient, kelvara::sim::rising(factory.points) ? "2" : "1");
+            }
+            const std::string n = (location < 10 ? "0" : "") + std::to_string(location);
+            for (const std::string& command :
+                 set == CommandSet::HeaderPoint
+                     ? std::vector<std::string>{"CRVHDR " + n + ",X,Y,2,1,1",
+                                                "CRVPT " + n + ",1,9,9", "CRVDEL " + n}
+                 : set == CommandSet::Kcur
+                     ? std::vector<std::string>{"CURV " + n + ",S00X,1,2,3,4*",
+                                                "ECUR " + n + ",5,6", "KCUR " + n}
+                     : std::vector<std::string>{"XC" + n + ",L00X,1,2,3,4*", "XE" + n + ",5,6*",
+                                                "XK" + n + "*"})
+                in.handle(command);
+            EXPECT_EQ(*in.curve(location), factory);
+        }
+    }
+}
+
+TEST(Commands, CataloguesCutIntoEveryStoredLocationsName) {
+    struct Row {
+        InstrumentModel model;
+        const char* store;
+        const char* query;
+        std::size_t first;  // first record's field; the fields before it hold the free memory
+        std::size_t name;   // the field holding the name, after `skip` code characters
+        std::size_t skip;
+        int location;
+        const char* name_written;
+    };
+    const Row rows[] = {
+        {InstrumentModel::KOR, "CURV11,S10MYCURVE12SN9,1,2,3,4*", "CUID?", 0, 1, 3, 11,
+         "MYCURVE12"},
+        {InstrumentModel::LUM, "CURV 11,S10MYCURVE12SN9,1,2,3,4*", "CUID?", 0, 1, 3, 11,
+         "MYCURVE12"},
+        {InstrumentModel::NAV, "CURV 21,S10AB,1,2,3,4*", "CUID?", 0, 1, 3, 21, "AB"},
+        {InstrumentModel::KIP, "XC07, 21SILICON  D1,0.5,300.0,1.0,77.0*", "XDT", 2, 3, 0, 7,
+         "SILICON"},
+        {InstrumentModel::DUN, "XC30, 21SILICON  D1,0.5,300.0,1.0,77.0*", "XDT", 2, 3, 0, 30,
+         "SILICON"},
+        {InstrumentModel::ELK, "XC30, 21SILICON  D1,0.5,300.0,1.0,77.0*", "XDT", 2, 3, 0, 30,
+         "SILICON"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.store);
+        Instrument in(row.model);
+        in.handle(row.store);
+        const std::string reply = without_line_end(in.handle(row.query));
+        EXPECT_LT(reply.size(), 1000u);  // the program reads it into 1000 characters
+        const auto f = kelvara::sim::split_fields(reply);
+        std::map<int, std::string> names;
+        for (std::size_t i = row.first; i + 3 < f.size(); i += 4)
+            names[*kelvara::to_int32(f[i])] =
+                kelvara::trim_blanks(f[i + row.name].substr(row.skip));
+        EXPECT_EQ(names.at(row.location), row.name_written);
+        EXPECT_EQ(names.at(0), "DT-470");
+        std::size_t stored = 0;
+        for (int l : kelvara::profile(row.model).read_locations) stored += in.curve(l) != nullptr;
+        EXPECT_EQ(names.size(), stored);
+        if (row.first > 0) {  // the free-memory query drops the first field's last 11 characters
+            EXPECT_EQ(kelvara::to_int32(f[0].substr(0, f[0].size() - 11)), in.free_bytes());
+        }
+    }
+}
+
+TEST(Commands, EveryModelsIdentificationPassesTheLinksCheckUnlessGarbled) {
+    for (const auto& p : kelvara::model_profiles()) {
+        SCOPED_TRACE(std::string(p.designation));
+        Instrument in(p.model);
+        EXPECT_TRUE(kelvara::identification_accepted(&p, in.handle(std::string(p.ping))));
+        in.faults.garbage = true;
+        EXPECT_FALSE(kelvara::identification_accepted(&p, in.handle(std::string(p.ping))));
+    }
+}
+
+TEST(Commands, UserCurvesSurviveASaveAndLoadAndABadStateChangesNothing) {
+    Instrument first(InstrumentModel::NAV);
+    first.handle("CURV 12,S21NAME     SER1,0.10000,300.0,0.20000,200.0*");
+    Instrument second(InstrumentModel::NAV);
+    ASSERT_TRUE(second.load_state(first.save_state()));
+    ASSERT_NE(second.curve(12), nullptr);
+    EXPECT_EQ(*second.curve(12), *first.curve(12));
+    for (const char* bad :
+         {"KELVARA-SIM-STATE 1\nMODEL KOR\n", "KELVARA-SIM-STATE 1\nMODEL NAV\nCURVE 12\nNAME x\n",
+          "KELVARA-SIM-STATE 1\nMODEL NAV\nCURVE 3\nEND\n"}) {
+        EXPECT_FALSE(second.load_state(bad)) << bad;
+        EXPECT_NE(second.curve(12), nullptr) << bad;
+    }
+}
