@@ -1,7 +1,5 @@
 // Editing a curve record: the adjustment, the point grid, inserting and deleting points.
-#include <gtest/gtest.h>
-
-#include <functional>
+#include <gmock/gmock.h>
 
 #include "edit/curve_adjustment.h"
 #include "edit/point_grid.h"
@@ -31,7 +29,7 @@ CurveRecord numbered_curve(int count) {
     return curve_of(temperatures);
 }
 
-Numbers first(const Numbers& column, int count) {
+Numbers first(const Numbers& column, std::size_t count) {
     return {column.begin(), column.begin() + count};
 }
 
@@ -42,29 +40,21 @@ struct RecordingViews : Views {
     void show_grid_from_top() override { ++grid_from_top; }
 };
 
-// Plays its answers in order, then Cancel as the window's close button does.
-struct ScriptedDialog : AdjustPointsDialog {
-    std::vector<AdjustAnswer> script;
-    std::size_t asked = 0;
-    AdjustAnswer ask() override {
-        const std::size_t i = asked++;
-        return i < script.size() ? script[i] : AdjustAnswer{kCancel};
-    }
+struct MockDialog : AdjustPointsDialog {
+    MOCK_METHOD(AdjustAnswer, ask, (), (override));
 };
 
 }  // namespace
 
 TEST(ApplyAdjustment, MovesTemperaturesOntoThePairLines) {
-    const Numbers rising{20, 77, 175, 273, 300, 375, 477, 500};
-    const Numbers falling{500, 477, 375, 300, 273, 175, 77, 20};
     // name, temperatures, pairs, temperatures afterwards, units of the first point left
     // clang-format off
     const std::tuple<const char*, Numbers, std::vector<AdjustmentPair>, Numbers, double> rows[] = {
-        {"rising, 77 K", rising, {{77, 77.5}}, {20.65, 77.5, 175.25, 273, 300, 375, 477, 500}, 1},
-        {"rising, both, unsorted", rising, {{375, 374}, {77, 77.5}}, {20.65, 77.5, 175.25, 273, 300, 374, 475, 497.77}, 1},
+        {"rising, 77 K", {20, 77, 175, 273, 300, 375, 477, 500}, {{77, 77.5}}, {20.65, 77.5, 175.25, 273, 300, 375, 477, 500}, 1},
+        {"rising, both, unsorted", {20, 77, 175, 273, 300, 375, 477, 500}, {{375, 374}, {77, 77.5}}, {20.65, 77.5, 175.25, 273, 300, 374, 475, 497.77}, 1},
         // A warm first point sends every point to the high rule.
-        {"falling, 77 K", falling, {{77, 77.5}}, falling, 1},
-        {"falling, both", falling, {{77, 77.5}, {375, 374}}, {497.77, 475, 374, 300, 273, 175, 77, 20}, 1},
+        {"falling, 77 K", {500, 477, 375, 300, 273, 175, 77, 20}, {{77, 77.5}}, {500, 477, 375, 300, 273, 175, 77, 20}, 1},
+        {"falling, both", {500, 477, 375, 300, 273, 175, 77, 20}, {{77, 77.5}, {375, 374}}, {497.77, 475, 374, 300, 273, 175, 77, 20}, 1},
         {"low pass stops at 273 K", {77, 300, 175, 77}, {{77, 77.5}}, {77.5, 300, 175, 77}, 1},
         {"between high pairs", {330, 400, 450, 500, 600}, {{400, 402}, {500, 501}}, {330.9, 402, 451.5, 501, 600}, 1},
         {"between low pairs", {10, 30, 50, 150}, {{10, 12}, {50, 49}}, {12, 30.5, 49, 149.45}, 1},
@@ -73,16 +63,14 @@ TEST(ApplyAdjustment, MovesTemperaturesOntoThePairLines) {
         {"equal at high end", {375, 477}, {{375, 374}, {375, 376}}, {374, 477}, 1},
         {"two decimals", {0.5, 2.675, 77.123, 80, 300.555}, {{400, 401}}, {0.5, 2.68, 77.12, 80, 300.56}, 1},
         // Leading points pushed below 0 K are removed.
-        {"below 0 K", {1, 2, 50, 100, 300}, {{100, 50}}, {50, 300}, 4}};
+        {"below 0 K", {1, 2, 50, 100, 300}, {{100, 50}}, {50, 300, UNUSED_POINT, UNUSED_POINT, UNUSED_POINT}, 4}};
     // clang-format on
     for (const auto& [name, before, pairs, after, first_units] : rows) {
         SCOPED_TRACE(name);
         CurveRecord curve = curve_of(before);
         ASSERT_EQ(apply_adjustment(curve, pairs), AdjustmentResult::Applied);
-        const int count = curve.breakpoint_count;
-        EXPECT_EQ(first(curve.temperatures, count), after);
-        for (int i = 0; i < count; ++i) EXPECT_EQ(curve.sensor_units[i], first_units + i);
-        EXPECT_EQ(curve.temperatures[count], UNUSED_POINT);
+        EXPECT_EQ(first(curve.temperatures, before.size()), after);
+        EXPECT_EQ(first(curve.sensor_units, 2), (Numbers{first_units, first_units + 1}));
     }
 }
 
@@ -90,7 +78,6 @@ TEST(AdjustCommand, CollectsPairsThenAppliesThemOrLeavesTheCurve) {
     const auto next = [](double m, double a) { return AdjustAnswer{kNextPoint, m, a, true}; };
     const auto done = [](double m, double a) { return AdjustAnswer{kDone, m, a, true}; };
     const AdjustAnswer done_empty{kDone}, cancel{kCancel};
-    const std::string too_many = "At most 20 pairs can be entered.";
     using O = AdjustmentOutcome;
     // name, pairs entered first (away from 77 K), answers, outcome, messages, 77 K point after
     // clang-format off
@@ -101,8 +88,8 @@ TEST(AdjustCommand, CollectsPairsThenAppliesThemOrLeavesTheCurve) {
          {"User must input at least one point to apply any correction."}, 77},
         {"dropped beside kept", 0, {next(273, 100), done(77, 77.5)}, O::Applied, {}, 77.5},
         // A 21st pair is refused and the dialog comes back for Done or Cancel.
-        {"21st on next", 20, {next(77, 100), done_empty}, O::Applied, {too_many}, 77},
-        {"21st on done", 20, {done(77, 100), cancel}, O::Cancelled, {too_many}, 77},
+        {"21st on next", 20, {next(77, 100), done_empty}, O::Applied, {"At most 20 pairs can be entered."}, 77},
+        {"21st on done", 20, {done(77, 100), cancel}, O::Cancelled, {"At most 20 pairs can be entered."}, 77},
         {"every point negative", 0, {done(200, 1)}, O::EveryPointNegative,
          {"The correction would make every temperature negative; the curve is unchanged."}, 77}};
     // clang-format on
@@ -111,9 +98,10 @@ TEST(AdjustCommand, CollectsPairsThenAppliesThemOrLeavesTheCurve) {
         CurveRecord curve = curve_of({20, 77, 175});
         HeaderFields fields = HeaderFields::for_model(InstrumentModel::TAZ);
         fields.name = "PT-100";
-        ScriptedDialog dialog;
-        for (int i = 0; i < filler; ++i) dialog.script.push_back(next(600 + i, 600 + i));
-        dialog.script.insert(dialog.script.end(), script.begin(), script.end());
+        MockDialog dialog;  // asked exactly once per scripted answer
+        auto& asked = EXPECT_CALL(dialog, ask());
+        for (int i = 0; i < filler; ++i) asked.WillOnce(testing::Return(next(600 + i, 600 + i)));
+        for (const AdjustAnswer& answer : script) asked.WillOnce(testing::Return(answer));
         RecordingPrompts prompts;
         RecordingViews views;
         EXPECT_EQ(cmdAdjust_Click(curve, fields, dialog, prompts, views), outcome);
@@ -128,21 +116,17 @@ TEST(AdjustCommand, CollectsPairsThenAppliesThemOrLeavesTheCurve) {
 }
 
 TEST(PointGrid, RowsFollowTheScrollValue) {
+    // Scroll value 3 of 12 points shows points 3 to 12; past the curve the cells are empty.
     const auto rows = grid_rows(numbered_curve(12), top_index_for_scroll_value(3));
-    for (int r = 0; r < kGridRowCount; ++r) {
-        EXPECT_EQ(rows[r].point_text, std::to_string(3 + r));
-        EXPECT_DOUBLE_EQ(rows[r].temperature, 10.0 * (3 + r));
-    }
-    EXPECT_EQ(rows[0].units_text + " " + rows[9].temperature_text, "3 120");
-    // At the last scroll position the bottom row shows the model's last point.
-    const int hox_maximum = grid_scroll_range(max_breakpoints_of(InstrumentModel::HOX)).maximum;
-    EXPECT_EQ(hox_maximum, 183);
-    const auto bottom = grid_rows(CurveRecord::for_model(InstrumentModel::HOX),
-                                  top_index_for_scroll_value(hox_maximum));
-    EXPECT_EQ(bottom.back().point_number, 192);
+    EXPECT_EQ(rows.front().point_text + " " + rows.front().units_text, "3 3");
+    EXPECT_EQ(rows.back().point_text + " " + rows.back().temperature_text, "12 120");
+    const auto below = grid_rows(numbered_curve(12), top_index_for_scroll_value(4)).back();
+    EXPECT_TRUE(below.units_unused && below.temperature_text.empty());
+    // The last scroll position puts the model's last point in the bottom row.
+    EXPECT_EQ(grid_scroll_range(max_breakpoints_of(InstrumentModel::HOX)).maximum, 183);
 }
 
-TEST(PointGrid, CellIsStoredOrRefused) {
+TEST(PointGrid, CellsAndSetpointAreStoredOrRefused) {
     const std::string warning =
         "WARNING! Sensor units must be entered by increasing magnitude as the point number "
         "increases.";
@@ -173,60 +157,37 @@ TEST(PointGrid, CellIsStoredOrRefused) {
     // However many points are out of order, the warning comes once.
     RecordingPrompts prompts;
     EXPECT_TRUE(warn_if_units_not_increasing(curve_of({1, 2, 3}, {3, 2, 1}), prompts));
-    EXPECT_EQ(prompts.texts(), Strings{warning});
+    // The setpoint limit takes numbers above 0 only.
+    EXPECT_FALSE(validate_setpoint_limit(std::nullopt, prompts));
+    EXPECT_FALSE(validate_setpoint_limit(0.0, prompts));
+    EXPECT_TRUE(validate_setpoint_limit(0.001, prompts));
+    EXPECT_EQ(prompts.texts(),
+              (Strings{warning, "Enter Valid Number.", "Number must be greater than 0."}));
 }
 
-TEST(PointGrid, SetpointLimitMustBeAPositiveNumber) {
-    const std::pair<std::optional<double>, Strings> rows[] = {
-        {std::nullopt, {"Enter Valid Number."}},
-        {0.0, {"Number must be greater than 0."}},
-        {0.001, {}}};
-    for (const auto& [value, messages] : rows) {
-        RecordingPrompts prompts;
-        EXPECT_EQ(validate_setpoint_limit(value, prompts), messages.empty());
-        EXPECT_EQ(prompts.texts(), messages);
-    }
-}
-
-TEST(InsertDeletePoint, OfferedPairsAndTheShiftOfTheFollowingPoints) {
-    RecordingPrompts full;
-    EXPECT_EQ(insert_a_point_precheck(numbered_curve(200), 0, full), InsertPrecheck::CurveFull);
-    EXPECT_EQ(full.texts(),
-              Strings{"Can't insert point because maximum number of points used for curve."});
+TEST(InsertDeletePoint, FollowingPointsShift) {
+    RecordingPrompts prompts;
+    RecordingViews views;
+    EXPECT_EQ(insert_a_point_precheck(numbered_curve(200), 0, prompts), InsertPrecheck::CurveFull);
     EXPECT_EQ(insert_pair_entries(numbered_curve(5), 0),
               (Strings{"1 And 2", "2 And 3", "3 And 4", "4 And 5"}));
+    // Units above the upper neighbour are refused; units equal to the lower one are taken.
+    CurveRecord curve = curve_of({90, 80, 70, 60}, {0.2, 0.4, 0.6, 0.8});
+    EXPECT_EQ(insert_point_ok(curve, "2 And 3", "11 And 12", 0.61, 75, prompts, views),
+              std::nullopt);
+    EXPECT_EQ(insert_point_ok(curve, "2 And 3", "11 And 12", 0.5, 75, prompts, views), 11);
+    EXPECT_EQ(insert_point_ok(curve, "2 And 3", "11 And 12", 0.4, 79, prompts, views), 11);
+    EXPECT_EQ(prompts.texts(),
+              (Strings{"Can't insert point because maximum number of points used for curve.",
+                       "Enter valid increasing magnitude sensor unit number."}));
+    EXPECT_EQ(first(curve.sensor_units, 7), (Numbers{0.2, 0.4, 0.4, 0.5, 0.6, 0.8, UNUSED_POINT}));
+    EXPECT_EQ(first(curve.temperatures, 7), (Numbers{90, 80, 79, 75, 70, 60, UNUSED_POINT}));
+    EXPECT_EQ(views.graph, 2);
 
-    // Every point, inserted ones included, has the temperature 100 - 50 * units.
-    using Change = std::function<int(CurveRecord&, Prompts&, Views&)>;
-    const auto insert = [](double units) -> Change {
-        return [=](CurveRecord& c, Prompts& p, Views& v) {
-            return insert_point_ok(c, "2 And 3", "11 And 12", units, 100 - 50 * units, p, v)
-                .value_or(0);
-        };
-    };
-    const auto erase = [](int point) -> Change {
-        return [=](CurveRecord& c, Prompts&, Views& v) { return delete_point_ok(c, point, 11, v); };
-    };
-    const Strings refused{"Enter valid increasing magnitude sensor unit number."};
-    // change, scroll value afterwards (0: the dialog stays), messages, units afterwards
-    // clang-format off
-    const std::tuple<const char*, Change, int, Strings, Numbers> rows[] = {
-        {"between 0.4 and 0.6", insert(0.5), 11, {}, {0.2, 0.4, 0.5, 0.6, 0.8, 1}},
-        {"equal to 0.4", insert(0.4), 11, {}, {0.2, 0.4, 0.4, 0.6, 0.8, 1}},
-        {"above 0.6", insert(0.61), 0, refused, {0.2, 0.4, 0.6, 0.8, 1}},
-        {"delete 3", erase(3), 11, {}, {0.2, 0.4, 0.8, 1}},
-        {"delete 8", erase(8), 11, {}, {0.2, 0.4, 0.6, 0.8, 1}}};
-    // clang-format on
-    for (const auto& [name, change, scroll, messages, units_after] : rows) {
-        SCOPED_TRACE(name);
-        CurveRecord curve = curve_of({90, 80, 70, 60, 50}, {0.2, 0.4, 0.6, 0.8, 1});
-        RecordingPrompts prompts;
-        RecordingViews views;
-        EXPECT_EQ(change(curve, prompts, views), scroll);
-        EXPECT_EQ(prompts.texts(), messages);
-        EXPECT_EQ(views.graph, scroll == 0 ? 0 : 1);
-        EXPECT_EQ(first(curve.sensor_units, curve.breakpoint_count), units_after);
-        for (std::size_t i = 0; i < units_after.size(); ++i)
-            EXPECT_DOUBLE_EQ(curve.temperatures[i], 100 - 50 * units_after[i]) << i;
-    }
+    // Point 8 of five is beyond the curve and changes nothing; point 3 goes.
+    CurveRecord five = numbered_curve(5);
+    EXPECT_EQ(delete_point_ok(five, 8, 1, views), 1);
+    EXPECT_EQ(delete_point_ok(five, 3, 1, views), 1);
+    EXPECT_EQ(first(five.sensor_units, 5), (Numbers{1, 2, 4, 5, UNUSED_POINT}));
+    EXPECT_EQ(first(five.temperatures, 5), (Numbers{10, 20, 40, 50, UNUSED_POINT}));
 }
