@@ -12,6 +12,7 @@
 #include "curve/files.h"
 #include "curve/next_field.h"
 #include "curve/number_format.h"
+#include "curve/reader_support.h"
 
 namespace kelvara::file_io {
 
@@ -63,6 +64,36 @@ double header_number(std::string_view value) {
     return parse_leading_number(next_field(value, pos));
 }
 
+int read_numbered_points(LineReader& in, CurveRecord& c) {
+    int count = header_int(header_value(in), "number of breakpoints");
+    if (count < 0 || count > c.max_breakpoints)
+        throw FileError("the file declares " + std::to_string(count) +
+                        " points; the model allows " + std::to_string(c.max_breakpoints));
+
+    // The first point is the first line holding a "1" (its point number); whatever comes
+    // before it is the column heading.
+    std::string line;
+    do {
+        line = in.read_line();
+    } while (line.find('1') == std::string::npos && !in.at_end());
+    size_t one = line.find('1');
+    std::string rest = one == std::string::npos ? line : line.substr(one + 1);
+    int pos = 1;
+    double units = number_field(rest, pos);
+    double temperature = number_field(rest, pos);
+    store_point(c, 0, units, temperature);
+
+    for (int i = 1; i < count; ++i) {
+        line = in.read_line();
+        pos = 1;
+        next_field(line, pos);  // the point number is not checked
+        units = number_field(line, pos);
+        temperature = number_field(line, pos);
+        store_point(c, i, units, temperature);
+    }
+    return count;
+}
+
 void write_file_atomically(const std::string& path, const std::string& text) {
     namespace fs = std::filesystem;
     static std::atomic<unsigned> counter{0};
@@ -107,6 +138,14 @@ std::string point_number_taz(int number) {
                           : number < 1000 ? "###"
                                           : "######";
     return FormatNoLocale(number, picture);
+}
+
+std::string column_temperature(double value, const char* negative_picture) {
+    const char* picture = value < 0     ? negative_picture
+                          : value < 10  ? "  0.000"
+                          : value < 100 ? " 00.000"
+                                        : "000.000";
+    return FormatNoLocale(value, picture);
 }
 
 std::string parenthesised_name(int code) {

@@ -56,6 +56,10 @@ void apply_name_replacements(HeaderFields& fields);
 // "  7", " 42", "123": the point number of the .TAZ and .NAV layouts.
 std::string point_number_taz(int number);
 
+// "  4.200", " 77.350", "300.000": the temperature column of the .TAZ and .HOX layouts; a
+// negative temperature takes the given picture.
+std::string column_temperature(double value, const char* negative_picture);
+
 // "(MilliVolts vs. Kelvin)" ... for codes 1..5; "" otherwise.
 std::string parenthesised_name(int code);
 

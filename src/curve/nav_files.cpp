@@ -34,14 +34,10 @@ double selected_setpoint(const HeaderFields& f) {
     return parse_leading_number(text);
 }
 
+// Below 1 the units keep their leading zero.
 std::string nav_units(double v) {
-    const char* picture = v < 9.99995   ? "0.00000"
-                          : v < 99.9995 ? "00.0000"
-                          : v < 999.995 ? "000.000"
-                          : v < 9999.95 ? "0000.00"
-                          : v < 99999.5 ? "00000.0"
-                                        : "000000.";
-    return FormatNoLocale(v, picture);
+    if (v < 0.999995) return FormatNoLocale(v, "0.00000");
+    return format_sensor_units(v);
 }
 
 std::string nav_temperature(double v) {
@@ -81,53 +77,26 @@ std::string text_before_comma(const std::string& data, size_t& rest) {
 
 void read_nav_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
                         Prompts&) {
-    CurveRecord c = curve;
-    HeaderFields f = fields;
-    LineReader in(load_file(path));
-    f.name = trim_blanks(header_value(in));
-    f.serial_number = trim_blanks(header_value(in));
-    std::string method = header_value(in);
-    f.interpolation.selected = method.find("Lagrangian") != std::string::npos      ? kLagrangian
-                               : method.find("Straight Line") != std::string::npos ? kStraightLine
-                                                                                   : kUnknown;
-    f.setpoint_list.selected = setpoint_position(header_number(header_value(in)));
-    c.nav_format_code = header_int(header_value(in), "data format");
-    f.thermocouple = c.nav_format_code == 1;
-    c.dun_format_char = f.thermocouple ? "9" : "";
-    int count = header_int(header_value(in), "number of breakpoints");
-    if (count < 0 || count > c.max_breakpoints)
-        throw FileError("the file declares " + std::to_string(count) +
-                        " points; the model allows " + std::to_string(c.max_breakpoints));
-
-    std::string line;
-    do {
-        line = in.read_line();
-    } while (line.find('1') == std::string::npos && !in.at_end());
-    size_t one = line.find('1');
-    std::string rest = one == std::string::npos ? line : line.substr(one + 1);
-    int pos = 1;
-    double units = number_field(rest, pos);
-    double temperature = number_field(rest, pos);
-    store_point(c, 0, units, temperature);
-    for (int i = 1; i < count; ++i) {
-        line = in.read_line();
-        pos = 1;
-        next_field(line, pos);
-        units = number_field(line, pos);
-        temperature = number_field(line, pos);
-        store_point(c, i, units, temperature);
-    }
-    c.breakpoint_count = count;
-    c.clear_unused_slots();
-    curve = std::move(c);
-    fields = std::move(f);
+    read_into_copies(curve, fields, [&](CurveRecord& c, HeaderFields& f) {
+        LineReader in(load_file(path));
+        f.name = trim_blanks(header_value(in));
+        f.serial_number = trim_blanks(header_value(in));
+        std::string method = header_value(in);
+        f.interpolation.selected = method.find("Lagrangian") != std::string::npos ? kLagrangian
+                                   : method.find("Straight Line") != std::string::npos
+                                       ? kStraightLine
+                                       : kUnknown;
+        f.setpoint_list.selected = setpoint_position(header_number(header_value(in)));
+        c.nav_format_code = header_int(header_value(in), "data format");
+        f.thermocouple = c.nav_format_code == 1;
+        c.dun_format_char = f.thermocouple ? "9" : "";
+        return read_numbered_points(in, c);
+    });
 }
 
 void read_dun_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
                         Prompts& prompts) {
-    CurveRecord c = curve;
-    HeaderFields f = fields;
-    try {
+    read_into_copies_or_complain(curve, fields, prompts, [&](CurveRecord& c, HeaderFields& f) {
         LineReader in(load_file(path));
         if (in.empty()) throw FileError("the file is empty");
         std::string line = in.read_line();
@@ -165,14 +134,8 @@ void read_dun_type_file(const std::string& path, CurveRecord& curve, HeaderField
             store_point(c, count, units, parse_leading_number(text_before_comma(data, at_data)));
             ++count;
         }
-        c.breakpoint_count = count;
-        c.clear_unused_slots();
-    } catch (const FileError&) {
-        prompts.message("Bad file format.");
-        throw;
-    }
-    curve = std::move(c);
-    fields = std::move(f);
+        return count;
+    });
 }
 
 void write_nav_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
@@ -234,9 +197,7 @@ void write_dun_type_file(const std::string& path, CurveRecord& curve, HeaderFiel
 
 void read_hox_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
                         Prompts& prompts) {
-    CurveRecord c = curve;
-    HeaderFields f = fields;
-    try {
+    read_into_copies_or_complain(curve, fields, prompts, [&](CurveRecord& c, HeaderFields& f) {
         LineReader in(load_file(path));
         if (in.empty()) throw FileError("the file is empty");
         f.serial_number = in.read_line();
@@ -250,14 +211,8 @@ void read_hox_type_file(const std::string& path, CurveRecord& curve, HeaderField
                         parse_leading_number(line.substr(comma + 1)));
             ++count;
         }
-        c.breakpoint_count = count;
-        c.clear_unused_slots();
-    } catch (const FileError&) {
-        prompts.message("Bad file format.");
-        throw;
-    }
-    curve = std::move(c);
-    fields = std::move(f);
+        return count;
+    });
 }
 
 void write_hox_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
@@ -268,13 +223,8 @@ void write_hox_type_file(const std::string& path, CurveRecord& curve, HeaderFiel
         return i < static_cast<int>(column.size()) ? column[i] : UNUSED_POINT;
     };
     for (int i = 0; i < 192; ++i) {
-        double t = slot(curve.temperatures, i);
-        const char* picture = t < 0     ? "###.000"
-                              : t < 10  ? "  0.000"
-                              : t < 100 ? " 00.000"
-                                        : "000.000";
         out += FormatNoLocale(slot(curve.sensor_units, i), "0.00") + "," +
-               FormatNoLocale(t, picture) + kCrLf;
+               column_temperature(slot(curve.temperatures, i), "###.000") + kCrLf;
     }
     write_file_atomically(path, out);
 }

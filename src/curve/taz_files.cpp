@@ -30,37 +30,26 @@ double setpoint_from_text(const HeaderFields& f) {
     return parse_leading_number(f.setpoint_text);
 }
 
-std::string taz_units(double v) {
-    if (v < 0.0999995) return FormatNoLocale(v, "0.00000e-00") + "   ";
-    const char* picture = v < 0.999995  ? ".000000"
-                          : v < 9.99995 ? "0.00000"
-                          : v < 99.9995 ? "00.0000"
-                          : v < 999.995 ? "000.000"
-                          : v < 9999.95 ? "0000.00"
-                          : v < 99999.5 ? "00000.0"
-                          : v < 999995  ? "000000."
-                                        : nullptr;
-    if (!picture) return FormatNoLocale(v, "0.00000E+00") + "   ";
-    return FormatNoLocale(v, picture) + "       ";
+// What both writers do before the first line: the name replacements, the setpoint limit check,
+// and the coefficient and data-format code the file will carry. Returns the setpoint limit.
+double prepare_header(CurveRecord& curve, HeaderFields& fields) {
+    apply_name_replacements(fields);
+    double setpoint = setpoint_from_text(fields);
+    curve.temperature_coefficient = temperature_coefficient_of(curve);
+    curve.data_format = data_format_from_selection(fields);
+    return setpoint;
 }
 
-std::string taz_temperature(double v) {
-    const char* picture = v < 0     ? "0.00000e-00"
-                          : v < 10  ? "  0.000"
-                          : v < 100 ? " 00.000"
-                                    : "000.000";
-    return FormatNoLocale(v, picture);
+// Small and very large values are written in scientific notation; the rest keep six digits.
+std::string taz_units(double v) {
+    if (v < 0.0999995) return FormatNoLocale(v, "0.00000e-00") + "   ";
+    if (!(v < 999995)) return FormatNoLocale(v, "0.00000E+00") + "   ";
+    return format_sensor_units(v) + "       ";
 }
 
 std::string tza_units(double v) {
-    const char* picture = v < 0.999995  ? ".000000"
-                          : v < 9.99995 ? "0.00000"
-                          : v < 99.9995 ? "00.0000"
-                          : v < 999.995 ? "000.000"
-                          : v < 9999.95 ? "0000.00"
-                          : v < 99999.5 ? "00000.0"
-                                        : "000000";
-    return FormatNoLocale(v, picture);
+    if (!(v < 99999.5)) return FormatNoLocale(v, "000000");
+    return format_sensor_units(v);
 }
 
 std::string tza_temperature(double v) {
@@ -94,72 +83,36 @@ const char* tza_format_name(int code) {
 
 void read_taz_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
                         Prompts& prompts) {
-    // Work on copies so that a failed read leaves the window showing the curve it had.
-    CurveRecord c = curve;
-    HeaderFields f = fields;
-    LineReader in(load_file(path));
-    read_common_header(in, c, f, prompts);
-    int count = header_int(header_value(in), "number of breakpoints");
-    if (count < 0 || count > c.max_breakpoints)
-        throw FileError("the file declares " + std::to_string(count) +
-                        " points; the model allows " + std::to_string(c.max_breakpoints));
-
-    // The first point is the first line holding a "1" (its point number); whatever comes
-    // before it is the column heading.
-    std::string line;
-    do {
-        line = in.read_line();
-    } while (line.find('1') == std::string::npos && !in.at_end());
-    size_t one = line.find('1');
-    std::string rest = one == std::string::npos ? line : line.substr(one + 1);
-    int pos = 1;
-    double units = number_field(rest, pos);
-    double temperature = number_field(rest, pos);
-    store_point(c, 0, units, temperature);
-
-    for (int i = 1; i < count; ++i) {
-        line = in.read_line();
-        pos = 1;
-        next_field(line, pos);  // the point number is not checked
-        units = number_field(line, pos);
-        temperature = number_field(line, pos);
-        store_point(c, i, units, temperature);
-    }
-    c.breakpoint_count = count;
-    c.clear_unused_slots();
-    curve = std::move(c);
-    fields = std::move(f);
+    read_into_copies(curve, fields, [&](CurveRecord& c, HeaderFields& f) {
+        LineReader in(load_file(path));
+        read_common_header(in, c, f, prompts);
+        return read_numbered_points(in, c);
+    });
 }
 
 void read_tza_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
                         Prompts& prompts) {
-    CurveRecord c = curve;
-    HeaderFields f = fields;
-    LineReader in(load_file(path));
-    read_common_header(in, c, f, prompts);
-    int count = 0;
-    while (!in.at_end()) {
-        std::string line = in.read_line();
-        int pos = 1;
-        next_field(line, pos);  // "Point"
-        next_field(line, pos);  // its number and colon
-        double units = number_field(line, pos);
-        double temperature = number_field(line, pos);
-        store_point(c, count, units, temperature);
-        ++count;
-    }
-    c.breakpoint_count = count;
-    c.clear_unused_slots();
-    curve = std::move(c);
-    fields = std::move(f);
+    read_into_copies(curve, fields, [&](CurveRecord& c, HeaderFields& f) {
+        LineReader in(load_file(path));
+        read_common_header(in, c, f, prompts);
+        int count = 0;
+        while (!in.at_end()) {
+            std::string line = in.read_line();
+            int pos = 1;
+            next_field(line, pos);  // "Point"
+            next_field(line, pos);  // its number and colon
+            double units = number_field(line, pos);
+            double temperature = number_field(line, pos);
+            store_point(c, count, units, temperature);
+            ++count;
+        }
+        return count;
+    });
 }
 
 void write_taz_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
                          Prompts&) {
-    apply_name_replacements(fields);
-    double setpoint = setpoint_from_text(fields);
-    curve.temperature_coefficient = temperature_coefficient_of(curve);
-    curve.data_format = data_format_from_selection(fields);
+    double setpoint = prepare_header(curve, fields);
 
     std::string out;
     auto line = [&out](const std::string& text) { out += text + kCrLf; };
@@ -176,16 +129,13 @@ void write_taz_type_file(const std::string& path, CurveRecord& curve, HeaderFiel
     line("");
     for (int i = 0; i < curve.breakpoint_count; ++i)
         line(point_number_taz(i + 1) + "  " + taz_units(curve.sensor_units[i]) +
-             taz_temperature(curve.temperatures[i]));
+             column_temperature(curve.temperatures[i], "0.00000e-00"));
     write_file_atomically(path, out);
 }
 
 void write_tza_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
                          Prompts&) {
-    apply_name_replacements(fields);
-    double setpoint = setpoint_from_text(fields);
-    curve.temperature_coefficient = temperature_coefficient_of(curve);
-    curve.data_format = data_format_from_selection(fields);
+    double setpoint = prepare_header(curve, fields);
 
     std::string out;
     auto line = [&out](const std::string& text) { out += text + kCrLf; };
