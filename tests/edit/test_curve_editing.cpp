@@ -171,17 +171,17 @@ TEST(InsertDeletePoint, FollowingPointsShift) {
     EXPECT_EQ(insert_a_point_precheck(numbered_curve(200), 0, prompts), InsertPrecheck::CurveFull);
     EXPECT_EQ(insert_pair_entries(numbered_curve(5), 0),
               (Strings{"1 And 2", "2 And 3", "3 And 4", "4 And 5"}));
-    // Units above the upper neighbour are refused; units equal to the lower one are taken.
-    CurveRecord curve = curve_of({90, 80, 70, 60}, {0.2, 0.4, 0.6, 0.8});
-    EXPECT_EQ(insert_point_ok(curve, "2 And 3", "11 And 12", 0.61, 75, prompts, views),
+    // Units above the upper neighbour are refused; units between them or equal to them are taken.
+    CurveRecord curve = curve_of({90, 80, 79, 70}, {0.2, 0.4, 0.4, 0.6});
+    EXPECT_EQ(insert_point_ok(curve, "3 And 4", "11 And 12", 0.61, 75, prompts, views),
               std::nullopt);
-    EXPECT_EQ(insert_point_ok(curve, "2 And 3", "11 And 12", 0.5, 75, prompts, views), 11);
-    EXPECT_EQ(insert_point_ok(curve, "2 And 3", "11 And 12", 0.4, 79, prompts, views), 11);
+    EXPECT_EQ(insert_point_ok(curve, "3 And 4", "11 And 12", 0.5, 75, prompts, views), 11);
+    EXPECT_EQ(insert_point_ok(curve, "2 And 3", "11 And 12", 0.4, 79.5, prompts, views), 11);
     EXPECT_EQ(prompts.texts(),
               (Strings{"Can't insert point because maximum number of points used for curve.",
                        "Enter valid increasing magnitude sensor unit number."}));
-    EXPECT_EQ(first(curve.sensor_units, 7), (Numbers{0.2, 0.4, 0.4, 0.5, 0.6, 0.8, UNUSED_POINT}));
-    EXPECT_EQ(first(curve.temperatures, 7), (Numbers{90, 80, 79, 75, 70, 60, UNUSED_POINT}));
+    EXPECT_EQ(first(curve.sensor_units, 7), (Numbers{0.2, 0.4, 0.4, 0.4, 0.5, 0.6, UNUSED_POINT}));
+    EXPECT_EQ(first(curve.temperatures, 7), (Numbers{90, 80, 79.5, 79, 75, 70, UNUSED_POINT}));
     EXPECT_EQ(views.graph, 2);
 
     // Point 8 of five is beyond the curve and changes nothing; point 3 goes.
