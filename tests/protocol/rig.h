@@ -38,29 +38,23 @@ inline Log script(const std::string& text, const std::string& n = "", const std:
     return out;
 }
 
-struct Timeline {
-    Log events;  // bytes as sent, or "pause 0.1"
+// Every pause and, once recording, every byte sent, in order ("pause 0.1" for a pause).
+class TimelineClock : public VirtualClock {
+  public:
+    Log events;
     bool recording = false;
     void add(std::string e) {
         if (recording) events.push_back(std::move(e));
     }
-};
-
-class TimelineClock : public VirtualClock {
-  public:
-    explicit TimelineClock(Timeline& t) : t_(t) {}
     void pause(double s) override {
         VirtualClock::pause(s);
-        t_.add("pause " + general_text(s));
+        add("pause " + general_text(s));
     }
-
-  private:
-    Timeline& t_;
 };
 
 class FakeSerial : public SerialPort {
   public:
-    FakeSerial(Timeline& t, Responder& r) : t_(t), respond_(r) {}
+    FakeSerial(TimelineClock& t, Responder& r) : t_(t), respond_(r) {}
     bool open(int, const std::string&, const SerialSettings&) override { return open_ = true; }
     void close() override { open_ = false; }
     bool is_open() const override { return open_; }
@@ -78,7 +72,7 @@ class FakeSerial : public SerialPort {
     std::string device_name(int) const override { return "fake"; }
 
   private:
-    Timeline& t_;
+    TimelineClock& t_;
     Responder& respond_;
     bool open_ = false;
     std::string input_, partial_;
@@ -86,7 +80,7 @@ class FakeSerial : public SerialPort {
 
 class FakeGpib : public GpibDriver {
   public:
-    FakeGpib(Timeline& t, Responder& r) : t_(t), respond_(r) {}
+    FakeGpib(TimelineClock& t, Responder& r) : t_(t), respond_(r) {}
     int fail_write_number = -1;  // this ibwrt (1-based, counted while recording) fails
 
     int register_globals() override { return 0; }
@@ -118,7 +112,7 @@ class FakeGpib : public GpibDriver {
         cntl_ = static_cast<std::int32_t>(cntl);
         return sta_ = sta;
     }
-    Timeline& t_;
+    TimelineClock& t_;
     Responder& respond_;
     std::string reply_;
     int writes_ = 0;
@@ -179,17 +173,17 @@ struct Rig {
     // Opens the link, then starts recording.
     void connect(Interface i) {
         if (i == Interface::GPIB) {
-            auto g = std::make_unique<FakeGpib>(timeline, respond);
+            auto g = std::make_unique<FakeGpib>(clock, respond);
             gpib = g.get();
             link.set_gpib_driver(std::move(g));
             link.setup_488(setup);
         } else if (i == Interface::RS232) {
-            link.set_serial_port(std::make_unique<FakeSerial>(timeline, respond));
+            link.set_serial_port(std::make_unique<FakeSerial>(clock, respond));
             link.setup_rs232(setup);
         } else {
             setup.interface = Interface::None;
         }
-        timeline.recording = true;
+        clock.recording = true;
         clock.pauses.clear();
     }
     void load_curve(const std::vector<std::pair<double, double>>& points) {
@@ -200,8 +194,7 @@ struct Rig {
     // Selects the entry of a pick list whose curve number is n.
     static void pick(ListField& list, int n) { list.selected = find_entry_by_number(list, n); }
 
-    Timeline timeline;
-    TimelineClock clock{timeline};
+    TimelineClock clock;
     RecordingPrompts prompts;
     SetupChoices setup;
     CurveRecord curve;

@@ -73,7 +73,7 @@ TEST(OlderWrite, CommandLinesWaitsAndMemoryStops) {
         rig.header.thermocouple = true;
         Rig::pick(rig.picks.write, row.location);
         run_write_transfer(rig.session);
-        EXPECT_EQ(rig.timeline.events, script(row.log, "", end_of(row.bus)));
+        EXPECT_EQ(rig.clock.events, script(row.log, "", end_of(row.bus)));
         EXPECT_EQ(rig.prompts.texts(), script(row.messages));
         EXPECT_TRUE(rig.scaling.codes.empty());  // diode volts below 10 go out as they are
     }
@@ -89,7 +89,7 @@ TEST(OlderWrite, KipOverRs232WaitsPerCommandWithoutMemoryChecks) {
     rig.header.serial_number = "A1";
     Rig::pick(rig.picks.write, 4);
     run_write_transfer(rig.session);
-    const Log& ev = rig.timeline.events;
+    const Log& ev = rig.clock.events;
     ASSERT_EQ(ev.size(), 22u);
     EXPECT_EQ(ev[0], "XK04*\r\n");
     EXPECT_EQ(ev[2], "XC04, 00PT-100A1,0.10000,300.0,0.25000,275.0*\r\n");
@@ -125,9 +125,8 @@ TEST(OlderWrite, XkHeaderFieldCodes) {
         rig.header.serial_number = "S";
         Rig::pick(rig.picks.write, 15);
         run_write_transfer(rig.session);
-        ASSERT_GE(rig.timeline.events.size(), 3u);
-        EXPECT_EQ(rig.timeline.events[2],
-                  "XC15," + row.codes + "NS,0.10000,300.0,0.25000,275.0*\r\n");
+        ASSERT_GE(rig.clock.events.size(), 3u);
+        EXPECT_EQ(rig.clock.events[2], "XC15," + row.codes + "NS,0.10000,300.0,0.25000,275.0*\r\n");
     }
 }
 
@@ -173,7 +172,7 @@ TEST(OlderRead, ReplyCutting) {
         rig.header.interpolation.selected = 0;
         Rig::pick(rig.picks.read, row.location);
         run_read_transfer(rig.session);
-        EXPECT_EQ(rig.timeline.events, script(row.log, "", end_of(row.bus)));
+        EXPECT_EQ(rig.clock.events, script(row.log, "", end_of(row.bus)));
         if (row.points < 0) {
             EXPECT_EQ(rig.prompts.texts(), Log{"No curve present."});
             EXPECT_EQ(rig.curve.breakpoint_count, 4);
@@ -207,9 +206,9 @@ TEST(OlderHox, WriteSendsEveryGridPointThenTheSerialNumber) {
     rig.header.serial_number = "1234567890";
     run_write_transfer(rig.session);
     Log commands;
-    for (size_t i = 0; i < rig.timeline.events.size(); i += 2) {
-        commands.push_back(rig.timeline.events[i]);
-        EXPECT_EQ(rig.timeline.events[i + 1], i == 0 ? "pause 20.1" : "pause 3.1");
+    for (size_t i = 0; i < rig.clock.events.size(); i += 2) {
+        commands.push_back(rig.clock.events[i]);
+        EXPECT_EQ(rig.clock.events[i + 1], i == 0 ? "pause 20.1" : "pause 3.1");
     }
     ASSERT_EQ(commands.size(), 194u);
     const std::vector<std::pair<size_t, std::string>> sent = {
@@ -235,7 +234,7 @@ TEST(OlderHox, ReadTakesTheSerialAndOneTemperaturePerGridPoint) {
     rig.connect(RS232);
     run_read_transfer(rig.session);
     EXPECT_EQ(rig.header.serial_number, "HX-0042");
-    const Log& ev = rig.timeline.events;
+    const Log& ev = rig.clock.events;
     ASSERT_EQ(ev.size(), 2u + 2 * 192);
     EXPECT_EQ(Log(ev.begin(), ev.begin() + 4), script("SID?|3.1|C?0.00|0.6", "", "\r\n"));
     EXPECT_EQ(Log(ev.end() - 2, ev.end()), script("C?5.60|0.6", "", "\r\n"));

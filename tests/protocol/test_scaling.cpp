@@ -82,26 +82,22 @@ TEST(Scaling, DefaultsAppliedToTheTransferCopyOnly) {
 }
 
 TEST(Scaling, FactorsFromTheDialogTexts) {
-    struct Row {
-        int code;
-        const char *offset, *factor, *temperature;
-        std::optional<ScalingFactors> expected;
-    };
-    const std::vector<Row> rows = {
-        {1, "45", "0.1", "0.5", ScalingFactors{45, 0.1, 0.5}},
-        {2, " 15 ", "0.2", "abc", ScalingFactors{15, 0.2, 1}},  // the hidden box is not read
-        {2, "abc", "0.1", "", std::nullopt},
-        {3, "", "0,03", "", std::nullopt},  // files and instruments use "." only
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.code);
-        const auto f =
-            scaling_factors_from_texts(row.code, row.offset, row.factor, row.temperature);
-        ASSERT_EQ(f.has_value(), row.expected.has_value());
-        if (!f) continue;
-        EXPECT_EQ(f->units_offset, row.expected->units_offset);
-        EXPECT_EQ(f->units_factor, row.expected->units_factor);
-        EXPECT_EQ(f->temperature_factor, row.expected->temperature_factor);
+    // code, the three box texts, and the factors OK takes (offset, units, temperature; all 0:
+    // refused with "Enter a valid number.").
+    const std::vector<
+        std::tuple<int, const char*, const char*, const char*, double, double, double>>
+        rows = {
+            {1, "45", "0.1", "0.5", 45, 0.1, 0.5},
+            {2, " 15 ", "0.2", "abc", 15, 0.2, 1},  // the hidden box is not read
+            {2, "abc", "0.1", "", 0, 0, 0},
+            {3, "", "0,03", "", 0, 0, 0},  // files and instruments use "." only
+        };
+    for (const auto& [code, offset, factor, temperature, add, multiply, kelvin] : rows) {
+        SCOPED_TRACE(offset);
+        const auto f = scaling_factors_from_texts(code, offset, factor, temperature)
+                           .value_or(ScalingFactors{0, 0, 0});
+        EXPECT_EQ(std::tuple(f.units_offset, f.units_factor, f.temperature_factor),
+                  std::tuple(add, multiply, kelvin));
     }
 }
 
