@@ -4,5 +4,3 @@ int ibdev(int board, int pad, int sad, int tmo, int eot, int eos) {
 }
 int ibclr(int ud) { return ud; }
 int ibwrt(int ud, const void* buf, long count) { return ud + (int)count + (buf != 0); }
-int ibloc(int ud) { return ud; }
-int ibonl(int ud, int v) { return ud + v; }
