@@ -1,0 +1,148 @@
+// The curve graph: labels and scales by model and data format, titles, series and printing.
+#include <QLegend>
+#include <QLineSeries>
+#include <QPrinter>
+#include <QtTest>
+
+#include "graph/curve_graph.h"
+
+using namespace kelvara;
+using M = InstrumentModel;
+
+namespace {
+
+// Sensor units 100, 101 ... at the given temperatures.
+CurveRecord curve_with(InstrumentModel model, const std::vector<double>& temperatures) {
+    CurveRecord curve = CurveRecord::for_model(model);
+    for (std::size_t i = 0; i < temperatures.size(); ++i) {
+        curve.sensor_units[i] = 100.0 + static_cast<double>(i);
+        curve.temperatures[i] = temperatures[i];
+    }
+    get_number_of_breakpoints(curve);
+    return curve;
+}
+
+QList<QPointF> drawn(const CurveGraph& graph, int series) {
+    return qobject_cast<QLineSeries*>(graph.chart()->series().at(series))->points();
+}
+
+}  // namespace
+
+class TestGraph : public QObject {
+    Q_OBJECT
+  private slots:
+    void labels_and_scales();
+    void adjustment_shows_two_series_until_the_next_redraw();
+    void log_axis_leaves_out_values_of_zero_or_below();
+    void prints_titles_to_pdf();
+};
+
+void TestGraph::labels_and_scales() {
+    // model, selected format, temperatures, "x label | y label | x scale y scale"
+    // clang-format off
+    const std::tuple<M, const char*, std::vector<double>, const char*> rows[] = {
+        {M::TAZ, "MilliVolts vs. Kelvin", {1.5, 10, 100, 300}, "Temperature (Kelvin) | Sensor Units (MilliVolts) | lin lin"},
+        {M::DAL, "Volts vs. Kelvin", {}, "Temperature (Kelvin) | Sensor Units (Volts) | lin lin"},
+        // Resistance falling as the sensor warms spans decades on both axes.
+        {M::TAZ, "Ohms vs. Kelvin", {300, 100, 10, 1.5}, "Temperature (Kelvin) | Sensor Units (Ohms) | log log"},
+        {M::TAZ, "Ohms vs. Kelvin", {1.5, 10, 100, 300}, "Temperature (Kelvin) | Sensor Units (Ohms) | lin lin"},
+        {M::TAZ, "Ohms vs. Kelvin", {4.2}, "Temperature (Kelvin) | Sensor Units (Ohms) | log log"},
+        {M::MEP, "Ohms vs. Kelvin", {5, 1, 5}, "Temperature (Kelvin) | Sensor Units (Ohms) | lin lin"},
+        {M::GIR, "Log Ohms vs. Kelvin", {300, 100, 10, 1.5}, "Temperature (Kelvin) | Sensor Units (Log Ohms) | log lin"},
+        {M::TAZ, "Log Ohms vs. Log Kelvin", {300, 100, 10, 1.5}, "Temperature (Log Kelvin) | Sensor Units (Log Ohms) | lin lin"},
+        {M::TAZ, "", {300, 100, 10, 1.5}, "Temperature | Sensor Units | lin lin"},
+        // The older models and HOX have no data-format list.
+        {M::KIP, "Ohms vs. Kelvin", {300, 100, 10, 1.5}, "Temperature (Kelvin) | Sensor Units | lin lin"},
+        {M::HOX, "Log Ohms vs. Kelvin", {300, 100, 10, 1.5}, "Temperature (Kelvin) | Sensor Units | lin lin"}};
+    // clang-format on
+    const auto scale = [](AxisScale s) { return s == AxisScale::Logarithmic ? "log" : "lin"; };
+    for (const auto& [model, format, temperatures, expected] : rows) {
+        // Every model is offered the format here, so that only the model decides.
+        HeaderFields fields = HeaderFields::for_model(model);
+        fields.data_format.entries = {format};
+        fields.data_format.selected = 0;
+        GraphState state;
+        const GraphSpec& spec = state.update_graph(model, curve_with(model, temperatures), fields);
+        const std::string got = spec.x_label + " | " + spec.y_label + " | " + scale(spec.x_scale) +
+                                " " + scale(spec.y_scale);
+        QCOMPARE(QString::fromStdString(got), QString(expected));
+    }
+}
+
+void TestGraph::adjustment_shows_two_series_until_the_next_redraw() {
+    const HeaderFields fields = HeaderFields::for_model(M::TAZ);
+    const CurveRecord adjusted = curve_with(M::TAZ, {300, 77.5});
+    CurveGraph graph;
+    graph.update_graph(M::TAZ, curve_with(M::TAZ, {300, 77, 4}), fields);
+    graph.update_graph_series2(M::TAZ, adjusted, fields);
+    const auto series = graph.chart()->series();
+    QCOMPARE(series.size(), 2);
+    QCOMPARE(series[0]->name() + " " + series[1]->name(), QString("Original Adjusted"));
+    QCOMPARE(drawn(graph, 0), (QList<QPointF>{{300, 100}, {77, 101}, {4, 102}}));
+    QCOMPARE(drawn(graph, 1), (QList<QPointF>{{300, 100}, {77.5, 101}}));
+    QVERIFY(graph.chart()->legend()->isVisible());
+
+    graph.update_graph(M::TAZ, adjusted, fields);
+    QCOMPARE(graph.chart()->series().size(), 1);
+    QVERIFY(!graph.chart()->legend()->isVisible());
+}
+
+void TestGraph::log_axis_leaves_out_values_of_zero_or_below() {
+    GraphSpec spec;
+    spec.series = {{"", {{0, 5}, {-2, 4}, {10, 0}, {100, -1}, {1000, 2}}}};
+    // x scale, y scale, points drawn; the linear axis keeps its values of 0 or below
+    using enum AxisScale;
+    const std::tuple<AxisScale, AxisScale, QList<QPointF>> rows[] = {
+        {Logarithmic, Linear, {{10, 0}, {100, -1}, {1000, 2}}},
+        {Linear, Logarithmic, {{0, 5}, {-2, 4}, {1000, 2}}}};
+    CurveGraph graph;
+    for (const auto& [x_scale, y_scale, kept] : rows) {
+        spec.x_scale = x_scale;
+        spec.y_scale = y_scale;
+        graph.render_spec(spec);
+        QCOMPARE(drawn(graph, 0), kept);
+    }
+}
+
+void TestGraph::prints_titles_to_pdf() {
+    QTemporaryDir dir;
+    // The setpoint comes from the list (KIP), the text field (TAZ) or nowhere (HOX).
+    const std::pair<M, QStringList> rows[] = {
+        {M::KIP, {"|Setpoint Limit: 375|", "|Interploation Method: Straight Line|"}},
+        {M::TAZ, {"|Setpoint Limit: 475.5|"}},
+        {M::HOX, {"|Setpoint Limit: |"}}};
+    for (const auto& [model, lines] : rows) {
+        HeaderFields fields = HeaderFields::for_model(model);
+        fields.name = "CX-1050";
+        fields.serial_number = "X98765";
+        fields.setpoint_text = "475.5";
+        fields.setpoint_list.selected = fields.setpoint_list.find("375");
+        fields.interpolation.selected = fields.interpolation.find("Straight Line");
+        const QString path = dir.filePath(QString("%1.pdf").arg(static_cast<int>(model)));
+        CurveGraph graph;
+        QStringList titles;
+        QString title_shown;
+        const auto to_pdf = [&](QPrinter& printer, QWidget*) {
+            titles << QString::fromStdString(graph.spec().subtitle);
+            for (const auto& line : graph.spec().extra_titles) titles << line.c_str();
+            title_shown = graph.chart()->title();
+            printer.setOutputFormat(QPrinter::PdfFormat);
+            printer.setOutputFileName(path);
+            return true;
+        };
+        QVERIFY(
+            graph.print_graph(model, curve_with(model, {1.5, 77, 300}), fields, nullptr, to_pdf));
+        QCOMPARE(titles, QStringList{"Curve: CX-1050  X98765"} + lines);
+        // Only the centre parts of the title lines are shown.
+        QVERIFY(title_shown.contains("CX-1050") && !title_shown.contains('|'));
+        QFile pdf(path);
+        QVERIFY(pdf.open(QIODevice::ReadOnly));
+        const QByteArray bytes = pdf.readAll();
+        QVERIFY2(bytes.startsWith("%PDF") && bytes.size() > 2000, bytes.left(40).constData());
+        // The screen graph is back without the print titles.
+        QVERIFY(graph.spec().subtitle.empty() && graph.spec().extra_titles.empty());
+    }
+}
+
+QTEST_MAIN(TestGraph)
+#include "test_graph.moc"
