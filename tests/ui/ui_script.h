@@ -2,10 +2,11 @@
 // dialog the window wanted to show and returns its result, usually by clicking its buttons.
 #pragma once
 
-#include <QCheckBox>
+#include <QAbstractButton>
 #include <QComboBox>
 #include <QDialog>
 #include <QFile>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
@@ -13,8 +14,8 @@
 #include <QTest>
 #include <deque>
 #include <functional>
-#include <string>
 
+#include "curve/files.h"
 #include "link/clock.h"
 #include "ui/main_window.h"
 
@@ -24,7 +25,6 @@ using Step = std::function<int(QDialog&)>;
 
 struct DialogScript {
     std::deque<std::pair<QString, Step>> steps;  // expected objectName, answer
-    QStringList seen;
     QStringList unexpected;
 
     DialogScript& expect(const QString& name, Step step) {
@@ -32,7 +32,6 @@ struct DialogScript {
         return *this;
     }
     int operator()(QDialog& dialog) {
-        seen << dialog.objectName();
         if (steps.empty() || steps.front().first != dialog.objectName()) {
             unexpected << dialog.objectName();
             dialog.reject();
@@ -56,24 +55,25 @@ inline int click(QDialog& d, const char* button) {
     return d.result();
 }
 
-// Steps for the set-up dialogs.
-inline Step choose_model(int row) {
-    return [row](QDialog& d) {
-        child<QRadioButton>(d, qPrintable(QStringLiteral("Option%1").arg(row)))->setChecked(true);
-        return click(d, "Command1");
-    };
-}
-// option: 1 GPIB, 2 RS-232, 3 offline; simple: Option4 (true) or Option5.
-inline Step choose_interface(int option, bool simple) {
-    return [=](QDialog& d) {
-        child<QRadioButton>(d, qPrintable(QStringLiteral("Option%1").arg(option)))
-            ->setChecked(true);
-        child<QRadioButton>(d, simple ? "Option4" : "Option5")->setChecked(true);
-        return click(d, "Command1");
-    };
+inline void check_option(QDialog& d, int option) {
+    child<QRadioButton>(d, qPrintable(QStringLiteral("Option%1").arg(option)))->setChecked(true);
 }
 inline Step press(const char* button) {
     return [button](QDialog& d) { return click(d, button); };
+}
+inline Step choose_model(int row) {
+    return [row](QDialog& d) {
+        check_option(d, row);
+        return click(d, "Command1");
+    };
+}
+// option: 1 GPIB, 2 RS-232, 3 offline; simple installation (Option4) or advanced (Option5).
+inline Step choose_interface(int option, bool simple) {
+    return [=](QDialog& d) {
+        check_option(d, option);
+        check_option(d, simple ? 4 : 5);
+        return click(d, "Command1");
+    };
 }
 // The wait and progress dialogs: run their work now instead of on the timer.
 inline Step run_timed() {
@@ -84,10 +84,12 @@ inline Step run_timed() {
         return d.result();
     };
 }
-inline Step pick(int index) {
-    return [index](QDialog& d) {
+// Picks an entry of a list dialog and clicks OK as often as the prompts' answers need.
+inline Step pick(int index, int clicks = 1) {
+    return [=](QDialog& d) {
         child<QComboBox>(d, "Combo1")->setCurrentIndex(index);
-        return click(d, "Command1");
+        for (int i = 0; i < clicks; ++i) click(d, "Command1");
+        return d.result();
     };
 }
 
@@ -99,32 +101,28 @@ inline int row_of(InstrumentModel model) {
     return 0;
 }
 
-// A window with a virtual clock, recording prompts, a simulated instrument, the script and a
-// scripted file chooser.
+// A window with a virtual clock, recording prompts, a simulated instrument, the dialog script
+// and a scripted file chooser; a real one runs its own modal loops on the real clock.
 struct Harness {
     VirtualClock clock;
     RecordingPrompts prompts;
     DialogScript script;
-    std::deque<std::optional<QString>> files;  // answers of the file dialog, in order
-    QStringList filters;                       // filters the file dialog was given
-    CurveGraph::PrinterChooser printer;        // answers the print dialog
+    std::deque<QString> files;           // answers of the file dialog, in order; then cancelled
+    QStringList filters;                 // filters the file dialog was given
+    CurveGraph::PrinterChooser printer;  // answers the print dialog
     std::unique_ptr<ui::MainWindow> window;
 
-    // Without `options`, the simulated instrument answers.
-    explicit Harness(std::optional<ui::MainWindowOptions> options = std::nullopt) {
+    explicit Harness(bool real = false) {
         ui::MainWindowOptions o;
         o.simulate = true;
-        if (options) o = *options;
-        o.clock = &clock;
         o.prompts = &prompts;
-        o.run_dialog = [this](QDialog& d) { return script(d); };
+        if (!real) o.clock = &clock;
+        if (!real) o.run_dialog = [this](QDialog& d) { return script(d); };
         o.choose_file = [this](ui::FileDialogKind, const QString& filter, QWidget*) {
             filters << filter;
             std::optional<QString> chosen;
-            if (!files.empty()) {
-                chosen = files.front();
-                files.pop_front();
-            }
+            if (!files.empty()) chosen = files.front();
+            if (!files.empty()) files.pop_front();
             return chosen;
         };
         o.choose_printer = [this](QPrinter& p, QWidget* parent) {
@@ -135,9 +133,9 @@ struct Harness {
     }
 
     // Start-up for a model: offline (interface 3) or an instrument, advanced installation.
-    bool start(InstrumentModel model, int interface_option = 3, bool simple = false) {
+    bool start(InstrumentModel model, int interface_option = 3) {
         script.expect("instrumentselection", choose_model(row_of(model)))
-            .expect("communication", choose_interface(interface_option, simple));
+            .expect("communication", choose_interface(interface_option, false));
         if (interface_option != 3) script.expect("wait", run_timed());
         return window->Form_Load();
     }
@@ -147,26 +145,71 @@ struct Harness {
     W* find(const char* name) {
         return child<W>(*window, name);
     }
+    QString text(const char* name) { return find<QLineEdit>(name)->text(); }
+    bool shown(const char* name) { return find(name)->isVisibleTo(window.get()); }
 };
 
-// Writes text to a file in dir and returns its path.
-inline QString write_file(const QTemporaryDir& dir, const QString& name, const QByteArray& text) {
-    const QString path = dir.filePath(name);
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly)) qFatal("cannot write %s", qPrintable(path));
-    f.write(text);
+// Shows a window and checks that the caption or number of every visible control fits it. With
+// KELVARA_SCREENSHOTS=DIR the window is also saved there as NAME.png, for a person to look at.
+inline void check_fits(QWidget& top, const QString& name) {
+    top.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&top));
+    QStringList clipped;
+    for (QWidget* w : top.findChildren<QWidget*>()) {
+        if (!w->isVisibleTo(&top)) continue;
+        QString text;
+        int room = 0;
+        if (auto* b = qobject_cast<QAbstractButton*>(w)) {
+            text = b->text();
+            room = b->width() - (b->sizeHint().width() - b->fontMetrics().horizontalAdvance(text));
+            if (b->height() < b->fontMetrics().height()) room = -1;  // cut off vertically
+        } else if (auto* l = qobject_cast<QLabel*>(w); l && !l->wordWrap()) {
+            text = l->text();
+            room = l->contentsRect().width();
+        } else if (auto* e = qobject_cast<QLineEdit*>(w)) {
+            text = e->text();
+            room = e->width() - 8;
+        }
+        if (!text.isEmpty() && w->fontMetrics().horizontalAdvance(text) > room)
+            clipped << w->objectName() + ": " + text;
+    }
+    QVERIFY2(clipped.isEmpty(), qPrintable(name + ": " + clipped.join(QStringLiteral(", "))));
+    const QString dir = qEnvironmentVariable("KELVARA_SCREENSHOTS");
+    if (!dir.isEmpty())
+        top.grab().save(dir + QLatin1Char('/') + QString(name).replace(QLatin1Char('/'), '-') +
+                        QStringLiteral(".png"));
+}
+
+// Writes n points given by unit(i) and temperature(i) in the model's own file type.
+inline QString write_model_curve(const QString& path, InstrumentModel model, int n,
+                                 double (*unit)(int), double (*temperature)(int)) {
+    CurveRecord c = CurveRecord::for_model(model);
+    HeaderFields f = HeaderFields::for_model(model);
+    f.name = "DT-470-SD";
+    f.serial_number = "D6015298";
+    f.setpoint_text = "475";
+    c.breakpoint_count = n;
+    for (int i = 0; i < n; ++i) {
+        if (model != InstrumentModel::HOX) c.sensor_units[i] = unit(i);
+        c.temperatures[i] = temperature(i);
+    }
+    RecordingPrompts quiet;
+    if (write_curve_file(path.toStdString(), model, c, f, quiet) != FileCommandResult::Done)
+        qFatal("cannot write %s", qPrintable(path));
     return path;
 }
 
-// A ".TZA" curve of n points: units rising from 0.1 in steps of 0.1, temperatures falling.
-inline QByteArray tza_curve(int n, const char* name = "CURVE1", const char* serial = "SN1") {
-    QByteArray t = QByteArray("Name: ") + name + "\r\nSerial number: " + serial +
-                   "\r\nFormat: 2             ; Volts vs. Kelvin\r\nLimit: 375\r\n"
-                   "Coefficient: 1        ; Negative\r\n";
+// A NAME.TZA file in dir of n points: units rising from 0.1 in steps of 0.1, temperatures falling.
+inline QString tza_file(const QTemporaryDir& dir, int n, const char* name = "CURVE1") {
+    QByteArray t = QByteArray("Name: ") + name +
+                   "\r\nSerial number: SN1\r\nFormat: 2             ; Volts vs. Kelvin\r\n"
+                   "Limit: 375\r\nCoefficient: 1        ; Negative\r\n";
     for (int i = 1; i <= n; ++i)
         t += "Point " + QByteArray::number(i) + ": " + QByteArray::number(0.1 * i, 'f', 5) + "," +
              QByteArray::number(400.0 - 10 * i, 'f', 3) + "\r\n";
-    return t;
+    QFile f(dir.filePath(QString::fromLatin1(name) + QStringLiteral(".TZA")));
+    if (!f.open(QIODevice::WriteOnly) || f.write(t) != t.size()) qFatal("cannot write %s", name);
+    return f.fileName();
 }
 
 }  // namespace kelvara::test
