@@ -63,7 +63,7 @@ class TestInstrumentCommands : public QObject {
         QVERIFY(h.w().pick_lists().write.entries[0].rfind("21 - CURVE1", 0) == 0);
 
         // Read it back into an emptied window.
-        h.script.expect("instrumentselection", choose_model(row_of(InstrumentModel::TAZ)))
+        h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
             .expect("communication", choose_interface(1, false))
             .expect("wait", run_timed());
         h.w().Command6_Click();
@@ -144,7 +144,7 @@ class TestInstrumentCommands : public QObject {
         QFETCH(int, files);
         QFETCH(int, installs);
         Harness h;
-        h.script.expect("instrumentselection", choose_model(row_of(InstrumentModel::TAZ)))
+        h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
             .expect("communication", choose_interface(2, true))
             .expect("wait", run_timed());
         for (int i = 0; i < files; ++i) {
@@ -189,7 +189,7 @@ class TestInstrumentCommands : public QObject {
                 return;
             }
             answered << name;
-            if (name == "instrumentselection") choose_model(row_of(InstrumentModel::FEN))(*d);
+            if (name == "instrumentselection") choose_model(InstrumentModel::FEN)(*d);
             if (name == "communication") choose_interface(1, false)(*d);
             if (name == "pickwritecurve") click(*d, "Command1");
         });

@@ -153,69 +153,48 @@ class TestMainWindow : public QObject {
     }
 
     void field_edits_data() {
-        QTest::addColumn<QString>("field");  // Text1..Text20 with the grid at the top, or Text33
+        QTest::addColumn<int>("field");  // Text1..Text20 with the grid at the top, or Text33
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("message");  // "" when accepted silently
         QTest::addColumn<bool>("accepted");
         QTest::addColumn<int>("count");
-        QTest::newRow("empty last point's units") << "Text5"
-                                                  << ""
-                                                  << "" << true << 4;
-        QTest::newRow("empty a middle point") << "Text3"
-                                              << ""
-                                              << "Enter Valid number." << false << 5;
-        QTest::newRow("letters beyond the curve") << "Text17"
-                                                  << "abc"
-                                                  << "Enter Valid number or nothing." << false << 5;
-        QTest::newRow("letters in a point") << "Text12"
-                                            << "x1"
-                                            << "Enter Valid number." << false << 5;
+        QTest::addColumn<QString>("message");  // "" when accepted silently
+        QTest::newRow("empty last point's units") << 5 << "" << true << 4 << "";
+        QTest::newRow("empty a middle point") << 3 << "" << false << 5 << "Enter Valid number.";
+        QTest::newRow("letters beyond the curve")
+            << 17 << "abc" << false << 5 << "Enter Valid number or nothing.";
+        QTest::newRow("letters in a point") << 12 << "x1" << false << 5 << "Enter Valid number.";
         QTest::newRow("units below the previous")
-            << "Text2"
-            << "0.05"
+            << 2 << "0.05" << true << 5
             << "WARNING! Sensor units must be entered by increasing magnitude as the point number "
-               "increases."
-            << true << 5;
-        QTest::newRow("units equal to the previous") << "Text2"
-                                                     << "0.1"
-                                                     << "" << true << 5;
-        QTest::newRow("new sixth point") << "Text6"
-                                         << "0.7"
-                                         << "" << true << 5;
-        QTest::newRow("setpoint zero") << "Text33"
-                                       << "0"
-                                       << "Number must be greater than 0." << false << 5;
-        QTest::newRow("setpoint letter") << "Text33"
-                                         << "x"
-                                         << "Enter Valid Number." << false << 5;
-        QTest::newRow("setpoint valid") << "Text33"
-                                        << "300.5"
-                                        << "" << true << 5;
+               "increases.";
+        QTest::newRow("units equal to the previous") << 2 << "0.1" << true << 5 << "";
+        QTest::newRow("new sixth point") << 6 << "0.7" << true << 5 << "";
+        QTest::newRow("setpoint zero")
+            << 33 << "0" << false << 5 << "Number must be greater than 0.";
+        QTest::newRow("setpoint letter") << 33 << "x" << false << 5 << "Enter Valid Number.";
+        QTest::newRow("setpoint valid") << 33 << "300.5" << true << 5 << "";
     }
     void field_edits() {
-        QFETCH(QString, field);
+        QFETCH(int, field);
         QFETCH(QString, text);
-        QFETCH(QString, message);
         QFETCH(bool, accepted);
         QFETCH(int, count);
+        QFETCH(QString, message);
         Harness h;
         load(h, 5);
         const CurveRecord before = h.w().curve();
-        auto* edit = h.find<QLineEdit>(qPrintable(field));
+        QLineEdit* edit = cell(h, field);
         type_and_leave(edit, text);
         QCOMPARE(first_message(h), message);
         QVERIFY(h.prompts.shown.size() <= 1);
         QCOMPARE(h.w().curve().breakpoint_count, count);
         QCOMPARE(QApplication::focusWidget() == edit, !accepted);
         QCOMPARE(edit->text(), text);  // the field keeps what the user typed
-        const int n = field.mid(4).toInt();
-        if (n > 20) return;
-        const auto& column = n <= 10 ? h.w().curve().sensor_units : h.w().curve().temperatures;
-        const auto& old = n <= 10 ? before.sensor_units : before.temperatures;
-        const double expected = !accepted        ? old[(n - 1) % 10]
-                                : text.isEmpty() ? UNUSED_POINT
-                                                 : text.toDouble();
-        QCOMPARE(column[(n - 1) % 10], expected);
+        if (field > 20) return;
+        const int i = (field - 1) % 10;
+        const auto& column = field <= 10 ? h.w().curve().sensor_units : h.w().curve().temperatures;
+        const auto& old = field <= 10 ? before.sensor_units : before.temperatures;
+        QCOMPARE(column[i], !accepted ? old[i] : text.isEmpty() ? UNUSED_POINT : text.toDouble());
     }
 
     void numbers_in_the_users_locale() {
@@ -324,7 +303,7 @@ class TestMainWindow : public QObject {
         Harness h;
         load(h, 6);
         for (int round = 0; round < 2; ++round) {
-            h.script.expect("instrumentselection", choose_model(row_of(InstrumentModel::KIP)))
+            h.script.expect("instrumentselection", choose_model(InstrumentModel::KIP))
                 .expect("communication", choose_interface(3, true));
             h.w().Command6_Click();
             QVERIFY(!h.w().ended());
@@ -346,7 +325,7 @@ class TestMainWindow : public QObject {
 
     void quit_at_start_ends_before_window() {
         Harness h;
-        h.script.expect("instrumentselection", choose_model(12))
+        h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
             .expect("communication", press("Command2"));
         QVERIFY(!h.w().Form_Load());
         QVERIFY(h.w().ended());

@@ -61,12 +61,6 @@ inline void check_option(QDialog& d, int option) {
 inline Step press(const char* button) {
     return [button](QDialog& d) { return click(d, button); };
 }
-inline Step choose_model(int row) {
-    return [row](QDialog& d) {
-        check_option(d, row);
-        return click(d, "Command1");
-    };
-}
 // option: 1 GPIB, 2 RS-232, 3 offline; simple installation (Option4) or advanced (Option5).
 inline Step choose_interface(int option, bool simple) {
     return [=](QDialog& d) {
@@ -93,12 +87,14 @@ inline Step pick(int index, int clicks = 1) {
     };
 }
 
-// Model rows of the instrument-selection dialog.
-inline int row_of(InstrumentModel model) {
-    const auto& p = model_profiles();
-    for (size_t i = 0; i < p.size(); ++i)
-        if (p[i].model == model) return int(i) + 1;
-    return 0;
+// The instrument-selection dialog lists the models in the order of the model table.
+inline Step choose_model(InstrumentModel model) {
+    return [model](QDialog& d) {
+        const auto& p = model_profiles();
+        for (size_t i = 0; i < p.size(); ++i)
+            if (p[i].model == model) check_option(d, int(i) + 1);
+        return click(d, "Command1");
+    };
 }
 
 // A window with a virtual clock, recording prompts, a simulated instrument, the dialog script
@@ -134,7 +130,7 @@ struct Harness {
 
     // Start-up for a model: offline (interface 3) or an instrument, advanced installation.
     bool start(InstrumentModel model, int interface_option = 3) {
-        script.expect("instrumentselection", choose_model(row_of(model)))
+        script.expect("instrumentselection", choose_model(model))
             .expect("communication", choose_interface(interface_option, false));
         if (interface_option != 3) script.expect("wait", run_timed());
         return window->Form_Load();
