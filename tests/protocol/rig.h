@@ -149,26 +149,16 @@ struct Rig {
           picks(PickLists::for_model(model)) {
         setup.model = model;
     }
-    // Answers `command` (or every command starting with it when `prefix`) with `reply` + CR LF.
-    void answer(std::string command, std::function<std::string(const std::string&)> reply,
-                bool prefix = false) {
-        respond = [=, before = respond](const std::string& c) {
-            const bool mine = prefix ? c.rfind(command, 0) == 0 : c == command;
-            return mine ? reply(c) + "\r\n" : before(c);
-        };
-    }
-    void answer(const std::string& command, const std::string& reply, bool prefix = false) {
-        answer(
-            command, [reply](const std::string&) { return reply; }, prefix);
-    }
-    // Answers `command` with each of `replies` in turn, the last one repeating.
-    void answer_in_turn(const std::string& command, Log replies) {
+    // Answers `command` (or every command starting with it when `prefix`) with each of `replies`
+    // in turn, the last one repeating, each with CR LF.
+    void answer(const std::string& command, Log replies, bool prefix = false) {
         auto left = std::make_shared<Log>(std::move(replies));
-        answer(command, [left](const std::string&) {
+        respond = [=, before = respond](const std::string& c) {
+            if (prefix ? c.rfind(command, 0) != 0 : c != command) return before(c);
             const std::string r = left->front();
             if (left->size() > 1) left->erase(left->begin());
-            return r;
-        });
+            return r + "\r\n";
+        };
     }
     // Opens the link, then starts recording.
     void connect(Interface i) {

@@ -70,6 +70,11 @@ const std::vector<WireRow> kWireRows = {
 };
 // clang-format on
 
+void PrintTo(const WireRow& row, std::ostream* os) {
+    *os << designation(row.model) << (row.interface == GPIB ? " GPIB: " : " RS-232: ")
+        << row.script;
+}
+
 class Wire : public ::testing::TestWithParam<WireRow> {};
 
 TEST_P(Wire, LinesTerminatorsAndPauses) {
@@ -211,7 +216,7 @@ TEST(Catalogue, EntryTextsForEachQueryKind) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.reply);
         Rig rig(row.model);
-        rig.answer(row.query, row.reply);
+        rig.answer(row.query, {row.reply});
         rig.connect(row.interface);
         rig.sim.faults.silent = true;  // only the scripted reply
         rig.picks.read.selected = rig.picks.write.selected = rig.picks.remove.selected = 2;

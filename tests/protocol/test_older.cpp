@@ -68,9 +68,9 @@ TEST(OlderWrite, CommandLinesWaitsAndMemoryStops) {
         Rig rig(row.model);
         if (!row.free.empty()) {  // otherwise the simulated instrument has room
             Log free = row.free;
-            rig.answer_in_turn("FREE?", free);
+            rig.answer("FREE?", free);
             for (auto& f : free) f += " BYTES FREE,0";
-            rig.answer_in_turn("XDT", free);
+            rig.answer("XDT", free);
         }
         rig.connect(row.bus);
         rig.load_curve({kDiode.begin(), kDiode.begin() + row.points});
@@ -148,7 +148,7 @@ TEST(OlderRead, ReplyCutting) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
         Rig rig(row.model);
-        if (!row.reply.empty()) rig.answer(row.log.substr(0, row.log.find('|')), row.reply);
+        if (!row.reply.empty()) rig.answer(row.log.substr(0, row.log.find('|')), {row.reply});
         rig.connect(row.bus);
         rig.sim.faults.silent = true;  // only the scripted reply
         rig.load_curve(kDiode);
@@ -210,10 +210,10 @@ TEST(OlderHox, WriteSendsEveryGridPointThenTheSerialNumber) {
 
 TEST(OlderHox, ReadTakesTheSerialAndOneTemperaturePerGridPoint) {
     Rig rig(HOX);
-    rig.answer("C?", "+12.5E+0", true);
-    rig.answer("C?0.02", "abc");
-    rig.answer("C?0.00", "325.125");
-    rig.answer("SID?", "HX-0042");
+    rig.answer("C?", {"+12.5E+0"}, true);
+    rig.answer("C?0.02", {"abc"});
+    rig.answer("C?0.00", {"325.125"});
+    rig.answer("SID?", {"HX-0042"});
     rig.respond = [before = rig.respond](const std::string& c) {
         return c == "C?5.60" ? std::string() : before(c);  // silent: empty after the time limit
     };
