@@ -3,7 +3,6 @@
 // the location empty.
 #include <gtest/gtest.h>
 
-#include "curve/data_format.h"
 #include "rig.h"
 
 namespace kelvara::test {
@@ -56,11 +55,9 @@ TEST_P(RoundTrip, WrittenCurveReadsBackAndIsCatalogued) {
     // The older instruments keep name and serial in one field, split after nine on the way back.
     EXPECT_EQ(r.header.name + r.header.serial_number, "RT-CURVED12345");
     EXPECT_EQ(r.curve.temperature_coefficient, w.curve.temperature_coefficient);
-    if (r.header.setpoint_text_visible) {
-        EXPECT_EQ(r.header.setpoint_text, "325.5");
-        EXPECT_EQ(data_format_from_selection(r.header), OHMS_VS_KELVIN);
-    } else {
-        EXPECT_EQ(r.header.setpoint_list.text(), "800");
+    EXPECT_EQ(r.header.setpoint_shown(), r.header.setpoint_text_visible ? "325.5" : "800");
+    if (r.header.data_format.visible) {
+        EXPECT_EQ(r.header.data_format.text(), "Ohms vs. Kelvin");
     }
 
     grab_curve_names(r.session);
