@@ -186,6 +186,7 @@ TEST(GpibTraffic, ReadsIntoASpaceFilledBufferAndKeepsTheLow16StatusBits) {
     rig.gpib->high_bits = 0x10000;
     rig.instrument.set_identity(std::string(70000, 'x'));
     EXPECT_TRUE(rig.link.send_command("*IDN?", false));
+    EXPECT_EQ(rig.gpib->log.back(), "ibwrt *IDN?");  // as it is, without a terminator
     EXPECT_EQ(rig.link.read_reply(80), std::string(80, 'x'));
     rig.link.read_reply(69920);
     EXPECT_EQ(rig.link.status().ibsta, 0x0100);
