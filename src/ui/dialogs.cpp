@@ -28,6 +28,23 @@ QLabel* label(QDialog* dialog, const char* name, const QString& caption) {
     return l;
 }
 
+QLineEdit* line_edit(QDialog* dialog, const char* name) {
+    auto* e = new QLineEdit(dialog);
+    e->setObjectName(QString::fromLatin1(name));
+    return e;
+}
+
+// Two fields side by side, each under its caption.
+QGridLayout* captioned_pair(QLabel* first_caption, QLabel* second_caption, QLineEdit* first,
+                            QLineEdit* second) {
+    auto* grid = new QGridLayout;
+    grid->addWidget(first_caption, 0, 0);
+    grid->addWidget(second_caption, 0, 1);
+    grid->addWidget(first, 1, 0);
+    grid->addWidget(second, 1, 1);
+    return grid;
+}
+
 QHBoxLayout* ok_cancel_row(QPushButton* ok, QPushButton* cancel) {
     auto* row = new QHBoxLayout;
     row->addStretch(1);
@@ -111,16 +128,11 @@ InsertPointDialog::InsertPointDialog(CurveRecord& curve, int top_index, Prompts&
     layout->addWidget(label(this, "Label1", QStringLiteral("Insert Point Between Points:")));
     combo_ = list_box(this, insert_pair_entries(curve, top_index));
     layout->addWidget(combo_);
-    auto* grid = new QGridLayout;
-    grid->addWidget(label(this, "Label2", QStringLiteral("Sensor Unit")), 0, 0);
-    grid->addWidget(label(this, "Label3", QStringLiteral("Temperature")), 0, 1);
-    units_ = new QLineEdit(this);
-    units_->setObjectName(QStringLiteral("Text1"));
-    temperature_ = new QLineEdit(this);
-    temperature_->setObjectName(QStringLiteral("Text2"));
-    grid->addWidget(units_, 1, 0);
-    grid->addWidget(temperature_, 1, 1);
-    layout->addLayout(grid);
+    units_ = line_edit(this, "Text1");
+    temperature_ = line_edit(this, "Text2");
+    layout->addLayout(captioned_pair(label(this, "Label2", QStringLiteral("Sensor Unit")),
+                                     label(this, "Label3", QStringLiteral("Temperature")), units_,
+                                     temperature_));
     QPushButton* ok = button(this, "Command1", "OK");
     QPushButton* cancel = button(this, "Command2", "Cancel");
     ok->setDefault(true);
@@ -184,16 +196,11 @@ class AdjustDialog : public QDialog {
         setWindowTitle(QStringLiteral("Adjustment Points"));
         setModal(true);
         auto* layout = new QVBoxLayout(this);
-        auto* grid = new QGridLayout;
-        grid->addWidget(label(this, "Label1", QStringLiteral("Measured Temperature (K):")), 0, 0);
-        grid->addWidget(label(this, "Label2", QStringLiteral("Actual Temperature (K):")), 0, 1);
-        measured_ = new QLineEdit(this);
-        measured_->setObjectName(QStringLiteral("txtControlPoint"));
-        actual_ = new QLineEdit(this);
-        actual_->setObjectName(QStringLiteral("txtSamplePoint"));
-        grid->addWidget(measured_, 1, 0);
-        grid->addWidget(actual_, 1, 1);
-        layout->addLayout(grid);
+        measured_ = line_edit(this, "txtControlPoint");
+        actual_ = line_edit(this, "txtSamplePoint");
+        layout->addLayout(captioned_pair(
+            label(this, "Label1", QStringLiteral("Measured Temperature (K):")),
+            label(this, "Label2", QStringLiteral("Actual Temperature (K):")), measured_, actual_));
         auto* row = new QHBoxLayout;
         for (const char* caption : {kNextPoint, kDone, kCancel}) {
             static const std::map<std::string, const char*> names = {

@@ -702,31 +702,23 @@ void MainWindow::Command8_Click() {
     if (insert_a_point_precheck(curve_, top_index(), *prompts_) != InsertPrecheck::OpenDialog)
         return;
     InsertPointDialog dialog(
-        curve_, top_index(), *prompts_, *this,
-        [this](int value) {
-            {
-                QSignalBlocker block(vscroll1_);
-                vscroll1_->setValue(value);
-            }
-            display_grid_data(top_index_for_scroll_value(value));
-        },
-        this);
+        curve_, top_index(), *prompts_, *this, [this](int value) { move_grid_to(value); }, this);
     show_dialog(dialog);
+}
+
+void MainWindow::move_grid_to(int scroll_value) {
+    {
+        QSignalBlocker block(vscroll1_);
+        vscroll1_->setValue(scroll_value);
+    }
+    display_grid_data(top_index_for_scroll_value(scroll_value));
 }
 
 void MainWindow::Command9_Click() {
     if (!leave_pending_edits()) return;
     take_fields_from_widgets();
     DeletePointDialog dialog(
-        curve_, top_index(), *this,
-        [this](int value) {
-            {
-                QSignalBlocker block(vscroll1_);
-                vscroll1_->setValue(value);
-            }
-            display_grid_data(top_index_for_scroll_value(value));
-        },
-        this);
+        curve_, top_index(), *this, [this](int value) { move_grid_to(value); }, this);
     show_dialog(dialog);
 }
 

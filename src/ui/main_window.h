@@ -120,6 +120,7 @@ class MainWindow : public QWidget, private Views {
     bool validate_cell(int cell);
     bool validate_setpoint();
     int top_index() const;
+    void move_grid_to(int scroll_value);  // after a point was inserted or deleted
 
     MainWindowOptions options_;
     std::unique_ptr<Clock> own_clock_;

@@ -63,12 +63,22 @@ QFrame* make_line(const QString& name, QWidget* parent, bool separator) {
 
 // ---------------------------------------------------------------------------------------------
 
-InstrumentSelectionDialog::InstrumentSelectionDialog(SetupChoices& choices, QWidget* parent)
+SetupDialog::SetupDialog(SetupChoices& choices, const char* object_name, QWidget* parent)
     : QDialog(parent), choices_(choices) {
-    setObjectName(QStringLiteral("instrumentselection"));
+    setObjectName(QString::fromLatin1(object_name));
     setWindowTitle(QString::fromLatin1(kAppTitle));
     setModal(true);
+}
 
+void SetupDialog::done(int result) {
+    if (result != Accepted) choices_.proceed = false;
+    QDialog::done(result);
+}
+
+// ---------------------------------------------------------------------------------------------
+
+InstrumentSelectionDialog::InstrumentSelectionDialog(SetupChoices& choices, QWidget* parent)
+    : SetupDialog(choices, "instrumentselection", parent) {
     auto* layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(heading("Label1", "SELECT TESSALY INSTRUMENT", this), 0, Qt::AlignHCenter);
@@ -95,7 +105,7 @@ InstrumentSelectionDialog::InstrumentSelectionDialog(SetupChoices& choices, QWid
     layout->addLayout(button_row(cont, quit));
 
     connect(cont, &QPushButton::clicked, this, &InstrumentSelectionDialog::continue_clicked);
-    connect(quit, &QPushButton::clicked, this, &InstrumentSelectionDialog::quit_clicked);
+    connect(quit, &QPushButton::clicked, this, &QDialog::reject);
 }
 
 void InstrumentSelectionDialog::continue_clicked() {
@@ -106,26 +116,13 @@ void InstrumentSelectionDialog::continue_clicked() {
     accept();
 }
 
-void InstrumentSelectionDialog::quit_clicked() {
-    reject();
-}
-
-void InstrumentSelectionDialog::done(int result) {
-    if (result != Accepted) choices_.proceed = false;
-    QDialog::done(result);
-}
-
 // ---------------------------------------------------------------------------------------------
 
 CommunicationDialog::CommunicationDialog(SetupChoices& choices,
                                          std::function<void(SetupChoices&)> open_link,
                                          std::function<std::string(int)> device_for_port,
                                          QWidget* parent)
-    : QDialog(parent), choices_(choices), open_link_(std::move(open_link)) {
-    setObjectName(QStringLiteral("communication"));
-    setWindowTitle(QString::fromLatin1(kAppTitle));
-    setModal(true);
-
+    : SetupDialog(choices, "communication", parent), open_link_(std::move(open_link)) {
     auto* layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
 
@@ -231,7 +228,7 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
     connect(option4_, &QRadioButton::toggled, this,
             &CommunicationDialog::show_installation_description);
     connect(cont, &QPushButton::clicked, this, &CommunicationDialog::continue_clicked);
-    connect(quit, &QPushButton::clicked, this, &CommunicationDialog::quit_clicked);
+    connect(quit, &QPushButton::clicked, this, &QDialog::reject);
 
     // On load: the lists, the model's set-up, then simple installation.
     for (int i = 1; i <= 32; ++i) combo2_->addItem(QString::number(i));
@@ -324,23 +321,10 @@ void CommunicationDialog::continue_clicked() {
     accept();
 }
 
-void CommunicationDialog::quit_clicked() {
-    reject();
-}
-
-void CommunicationDialog::done(int result) {
-    if (result != Accepted) choices_.proceed = false;
-    QDialog::done(result);
-}
-
 // ---------------------------------------------------------------------------------------------
 
 RepeatChoiceDialog::RepeatChoiceDialog(SetupChoices& choices, QWidget* parent)
-    : QDialog(parent), choices_(choices) {
-    setObjectName(QStringLiteral("repeatchoice"));
-    setWindowTitle(QString::fromLatin1(kAppTitle));
-    setModal(true);
-
+    : SetupDialog(choices, "repeatchoice", parent) {
     auto* layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
     layout->addWidget(heading("Label1", "SELECT INSTALLATION TYPE", this));
@@ -387,11 +371,6 @@ RepeatChoiceDialog::RepeatChoiceDialog(SetupChoices& choices, QWidget* parent)
         accept();
     });
     connect(quit, &QPushButton::clicked, this, &QDialog::reject);
-}
-
-void RepeatChoiceDialog::done(int result) {
-    if (result != Accepted) choices_.proceed = false;
-    QDialog::done(result);
 }
 
 }  // namespace kelvara::ui

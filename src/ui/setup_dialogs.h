@@ -22,23 +22,32 @@ namespace kelvara::ui {
 // the dialogs.
 QFrame* make_line(const QString& name, QWidget* parent, bool separator = false);
 
-class InstrumentSelectionDialog : public QDialog {
+// The three set-up dialogs: named, titled with the program and modal. Closed any other way than
+// CONTINUE, they count as QUIT.
+class SetupDialog : public QDialog {
+    Q_OBJECT
+  public:
+    SetupDialog(SetupChoices& choices, const char* object_name, QWidget* parent);
+    void done(int result) override;
+
+  protected:
+    SetupChoices& choices_;
+};
+
+class InstrumentSelectionDialog : public SetupDialog {
     Q_OBJECT
   public:
     explicit InstrumentSelectionDialog(SetupChoices& choices, QWidget* parent = nullptr);
 
     QRadioButton* option(int row) const { return options_.at(row - 1); }  // row 1..18
-    void done(int result) override;  // closed any other way than CONTINUE: as QUIT
 
   private:
     void continue_clicked();
-    void quit_clicked();
 
-    SetupChoices& choices_;
     std::vector<QRadioButton*> options_;
 };
 
-class CommunicationDialog : public QDialog {
+class CommunicationDialog : public SetupDialog {
     Q_OBJECT
   public:
     // open_link runs the link set-up for the interface just chosen (GPIB or RS-232); it reports
@@ -50,14 +59,11 @@ class CommunicationDialog : public QDialog {
     void show_gpib_controls();
     void show_rs232_controls();
     void show_offline_controls();
-    void done(int result) override;
 
   private:
     void show_installation_description();
     void continue_clicked();
-    void quit_clicked();
 
-    SetupChoices& choices_;
     std::function<void(SetupChoices&)> open_link_;
     QLabel *label2_, *label3_, *label4_, *label5_, *label6_, *label7_, *label8_, *label9_;
     QRadioButton *option1_, *option2_, *option3_, *option4_, *option5_;
@@ -65,14 +71,12 @@ class CommunicationDialog : public QDialog {
     QFrame *frame2_, *line1_, *line2_, *line3_, *line4_, *line5_, *line8_;
 };
 
-class RepeatChoiceDialog : public QDialog {
+class RepeatChoiceDialog : public SetupDialog {
     Q_OBJECT
   public:
     explicit RepeatChoiceDialog(SetupChoices& choices, QWidget* parent = nullptr);
-    void done(int result) override;
 
   private:
-    SetupChoices& choices_;
     QRadioButton* option1_;
 };
 
