@@ -42,7 +42,7 @@ Window small_curve(M model) {
     w.fields.setpoint_list.selected = 2;  // 475, the older models
     w.fields.interpolation.selected = 1;  // Straight Line
     w.curve.nav_format_code = 3;
-    w.set_points({{0.05, 300}, {0.12345, 77.35}, {1.0912, 4.2}});
+    w.set_points({{0.05, 300}, {123456.4, 77.35}, {1.2e6, 4.2}});
     return w;
 }
 
@@ -73,26 +73,26 @@ TEST(Files, LayoutsAndRoundTrips) {
     Window empty(M::TAZ);
     empty.fields.setpoint_text = "1.5";
     const std::string points_heading = "\r\nNo.   Units      Temperature (K)\r\n\r\n";
-    const std::string dun_points = ",0.05000,300.0,0.12345,77.40,1.09120,4.200*\r\n";
+    const std::string dun_points = ",0.05000,300.0,123456.40000,77.40,1200000.00000,4.200*\r\n";
     std::vector<Row> rows = {
         {"c.TAZ", small_curve(M::TAZ),
          "Sensor Model:   DT-470\r\nSerial Number:  D12345\r\n"
          "Data Format:    2      (Volts vs. Kelvin)\r\nSetPoint Limit: 475.0      (Kelvin)\r\n"
          "Temperature coefficient:  1 (Negative)\r\nNumber of Breakpoints:   3\r\n" +
              points_heading +
-             "  1  5.00000e-02   300.000\r\n  2  .123450        77.350\r\n"
-             "  3  1.09120         4.200\r\n"},
+             "  1  5.00000e-02   300.000\r\n  2  123456.        77.350\r\n"
+             "  3  1.20000E+06     4.200\r\n"},
         {"c.tza", small_curve(M::WUN),
          "Name: DT-470\r\nSerial number: D12345\r\nFormat: 2             ; Volts vs. Kelvin\r\n"
          "Limit: 475.00\r\nCoefficient: 1        ; Negative\r\nPoint 1: .050000,300.0\r\n"
-         "Point 2: .123450,77.4\r\nPoint 3: 1.09120, 4.20\r\n"},
+         "Point 2: 123456,77.4\r\nPoint 3: 1200000, 4.20\r\n"},
         {"c.NAV", small_curve(M::NAV),
          "Sensor Model:   DT-470\r\nSerial Number:  D12345\r\n"
          "Interpolation Method:   Straight Line\r\nSetPoint Limit: 475.0      (Kelvin)\r\n"
          "Data Format:    3      (Ohms vs. Kelvin)\r\nNumber of Breakpoints:   3\r\n" +
              points_heading +
-             "  1  0.05000       300.0\r\n  2  0.12345        77.4\r\n"
-             "  3  1.09120         4.2\r\n"},
+             "  1  0.05000       300.0\r\n  2  123456.        77.4\r\n"
+             "  3  1200000.         4.2\r\n"},
         {"tc.dun", thermocouple, "XC06,S29DT-470   D12345" + dun_points},
         {"h1.dun", dun_curve("ABCDEFGHIJKL", "123", 0, 0, "5"),
          "XC06,L05ABCDEFGHI   123" + dun_points},
