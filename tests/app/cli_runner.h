@@ -1,0 +1,85 @@
+// Runs kelvara-cli as a user runs it, from a scratch directory of its own, and kelvara-sim on a
+// pseudo-terminal.
+#pragma once
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace cli_test {
+
+namespace fs = std::filesystem;
+
+struct CliRun {
+    int status;
+    std::string out, err;
+};
+
+// A scratch directory, removed with the object.
+class Scratch {
+  public:
+    Scratch()
+        : dir_(fs::temp_directory_path() /
+               ("kelvara-app-" + std::to_string(::getpid()) + "-" + std::to_string(count_++))) {
+        fs::create_directories(dir_);
+    }
+    ~Scratch() { fs::remove_all(dir_); }
+
+    void put(const std::string& name, const std::string& bytes) const {
+        std::ofstream(dir_ / name, std::ios::binary) << bytes;
+    }
+    std::string get(const std::string& name) const {
+        std::ifstream in(dir_ / name, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    bool exists(const std::string& name) const { return fs::exists(dir_ / name); }
+
+    // Runs kelvara-cli in the scratch directory; the shell splits `arguments`, and `environment`
+    // ("NAME=value ...") goes in front.
+    CliRun cli(const std::string& arguments, const std::string& environment = "") const {
+        const std::string command = "cd '" + dir_.string() + "' && " + environment +
+                                    " '" KELVARA_CLI_PATH "' " + arguments +
+                                    " >.out 2>.err </dev/null";
+        const int raw = std::system(command.c_str());
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, get(".out"), get(".err")};
+    }
+
+  private:
+    fs::path dir_;
+    static inline int count_ = 0;
+};
+
+// kelvara-sim serving one instrument while the object lives; `arguments` are split by the shell.
+class Simulator {
+  public:
+    explicit Simulator(const std::string& arguments)
+        : out_(::popen(("echo $$; exec '" KELVARA_SIM_PATH "' " + arguments).c_str(), "r")) {
+        // The shell's process id becomes the simulator's; then it prints the device to open.
+        char line[256];
+        if (out_ && std::fgets(line, sizeof line, out_)) pid_ = std::atoi(line);
+        if (pid_ > 0 && std::fgets(line, sizeof line, out_))
+            device_.assign(line, std::strcspn(line, "\n"));
+    }
+    ~Simulator() {
+        if (pid_ > 0) ::kill(pid_, SIGTERM);
+        if (out_) ::pclose(out_);
+    }
+    const std::string& device() const { return device_; }
+
+  private:
+    FILE* out_;
+    pid_t pid_ = 0;
+    std::string device_;
+};
+
+// The options that reach the instrument at GPIB address 12 through the simulated library.
+inline const std::string kGpib = "--gpib 12 --gpib-library '" KELVARA_SIM_GPIB_PATH "'";
+
+}  // namespace cli_test
