@@ -1,7 +1,5 @@
 // The set-up dialogs on their own: model choice, interface preselection and layouts, the lists,
 // CONTINUE/QUIT, and the repeat dialog's default button.
-#include <QComboBox>
-#include <QLabel>
 #include <QtTest>
 
 #include "ui/setup_dialogs.h"
@@ -9,10 +7,7 @@
 
 using namespace kelvara;
 using namespace kelvara::ui;
-using kelvara::test::check_fits;
-using kelvara::test::check_option;
-using kelvara::test::child;
-using kelvara::test::click;
+using namespace kelvara::test;
 
 Q_DECLARE_METATYPE(kelvara::InstrumentModel)
 
