@@ -207,8 +207,8 @@ TEST(Catalogue, EntryTextsForEachQueryKind) {
         {NAV, GPIB, "CUID?", "1,   CURVE A ,x,y,11,   USER B,x,y,12,  TRUNC", {"CUID?", "pause 0.1"}, 1,
          {{1, "1 - CURVE A"}, {11, "11 - USER B"}, {12, "12"}}},
         {KOR, RS232, "CUID?", "11,   USER B,x,y", {"CUID?\r\n", "pause 1.1"}, 1, {{11, "11 - USER B"}}},
-        // Names until the curve numbers stop rising.
-        {KIP, GPIB, "XDT", "1234 BYTES FREE,z,1,a,b, PT-100 ,2,a,b,THERMO,1,a,b,AGAIN", {"XDT", "pause 0.1"}, 1,
+        // Names until a curve number is not above the one before.
+        {KIP, GPIB, "XDT", "1234 BYTES FREE,z,1,a,b, PT-100 ,2,a,b,THERMO,2,a,b,AGAIN,", {"XDT", "pause 0.1"}, 1,
          {{1, "1 - PT-100"}, {2, "2 - THERMO"}}},
         {ELK, RS232, "XDT", "1234,z,1,a", {"XDT\r\n", "pause 6"}, 1, {{1, "1"}}},
     };

@@ -1,5 +1,5 @@
-// KOR, LUM, NAV, KIP, DUN, ELK and HOX: the command lines and waits of a write, read and delete,
-// the free-memory stops, the header field codes and how a one-line reply becomes the open curve.
+// KOR, LUM, NAV, KIP, DUN, ELK and HOX: the command lines and waits of a write and a read, the
+// free-memory stops, the header field codes and how a one-line reply becomes the open curve.
 #include <gtest/gtest.h>
 
 #include "rig.h"
