@@ -1,8 +1,8 @@
-// A procedure wired to a real InstrumentLink with a virtual clock over scripted transports: every
-// byte sent and every pause lands in one time line. A simulated instrument answers behind them.
+// A procedure wired to a real InstrumentLink with a virtual clock: every byte sent and every pause
+// lands in one time line. A simulated instrument answers; over RS-232 a test can put replies of
+// its own in front of the instrument's.
 #pragma once
 
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <string>
@@ -17,6 +17,7 @@
 #include "protocol/session.h"
 #include "protocol/transfers.h"
 #include "sim/instrument.h"
+#include "sim/sim_transports.h"
 
 namespace kelvara::test {
 
@@ -78,45 +79,17 @@ class FakeSerial : public SerialPort {
     std::string input_, partial_;
 };
 
-class FakeGpib : public GpibDriver {
+// The simulated instrument's own GPIB driver, every write recorded as sent.
+class LoggedGpib : public sim::SimGpibDriver {
   public:
-    FakeGpib(TimelineClock& t, Responder& r) : t_(t), respond_(r) {}
-    int fail_write_number = -1;  // this ibwrt (1-based, counted while recording) fails
-
-    int register_globals() override { return 0; }
-    void unregister_globals() override {}
-    int ibdev(int, int, int, int, int, int) override { return status(0x100, 0), 3; }
-    int ibclr(int) override { return status(0x100, 0); }
-    int ibwrt(int, const char* buffer, long count) override {
-        std::string line(buffer, static_cast<size_t>(count));
-        t_.add(line);
-        if (t_.recording && ++writes_ == fail_write_number) return status(0x8000, 0);
-        while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
-        reply_ = respond_(line);
-        return status(0x100, count);
+    LoggedGpib(sim::Instrument& i, TimelineClock& t) : SimGpibDriver(i, t), t_(t) {}
+    int ibwrt(int ud, const char* buffer, long count) override {
+        t_.add(std::string(buffer, static_cast<size_t>(count)));
+        return SimGpibDriver::ibwrt(ud, buffer, count);
     }
-    int ibrd(int, char* buffer, long count) override {
-        const long n = std::min<long>(count, static_cast<long>(reply_.size()));
-        std::memcpy(buffer, reply_.data(), static_cast<size_t>(n));
-        reply_.erase(0, static_cast<size_t>(n));
-        return status(0x2100, n);
-    }
-    int ibloc(int) override { return status(0x100, 0); }
-    int ibonl(int, int) override { return status(0x100, 0); }
-    std::int32_t thread_ibsta() override { return sta_; }
-    std::int32_t thread_iberr() override { return 0; }
-    std::int32_t thread_ibcntl() override { return cntl_; }
 
   private:
-    int status(int sta, long cntl) {
-        cntl_ = static_cast<std::int32_t>(cntl);
-        return sta_ = sta;
-    }
     TimelineClock& t_;
-    Responder& respond_;
-    std::string reply_;
-    int writes_ = 0;
-    std::int32_t sta_ = 0, cntl_ = 0;
 };
 
 // Records what the scaling dialog was asked and confirms its defaults.
@@ -136,8 +109,7 @@ class CountingViews : public Views {
     void show_grid_from_top() override { ++grids; }
 };
 
-// The main window's state for one model, linked to a simulated instrument through scripted
-// transports; answer() puts replies of its own in front of the instrument's.
+// The main window's state for one model, linked to a simulated instrument.
 struct Rig {
     sim::Instrument sim;
     Responder respond = [this](const std::string& c) { return sim.handle(c); };
@@ -149,8 +121,8 @@ struct Rig {
           picks(PickLists::for_model(model)) {
         setup.model = model;
     }
-    // Answers `command` (or every command starting with it when `prefix`) with each of `replies`
-    // in turn, the last one repeating, each with CR LF.
+    // Over RS-232, answers `command` (or every command starting with it when `prefix`) with each
+    // of `replies` in turn, the last one repeating, each with CR LF.
     void answer(const std::string& command, Log replies, bool prefix = false) {
         auto left = std::make_shared<Log>(std::move(replies));
         respond = [=, before = respond](const std::string& c) {
@@ -163,7 +135,7 @@ struct Rig {
     // Opens the link, then starts recording.
     void connect(Interface i) {
         if (i == Interface::GPIB) {
-            auto g = std::make_unique<FakeGpib>(clock, respond);
+            auto g = std::make_unique<LoggedGpib>(sim, clock);
             gpib = g.get();
             link.set_gpib_driver(std::move(g));
             link.setup_488(setup);
@@ -195,7 +167,7 @@ struct Rig {
     RecordingProgress progress;
     RecordingScaling scaling;
     CountingViews views;
-    FakeGpib* gpib = nullptr;
+    LoggedGpib* gpib = nullptr;
     Session session{setup, curve, header, picks, transfer, link, prompts, progress, scaling, views};
 };
 

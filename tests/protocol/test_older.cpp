@@ -42,9 +42,9 @@ TEST(OlderWrite, CommandLinesWaitsAndMemoryStops) {
          "ECUR 23,1.60000,004.2|0.1|CUID?|0.1", ""},
         {"NAV over RS-232", NAV, RS232, 23, 3, {},
          "FREE?|0.6|KCUR 23|0.6|CURV 23,S" + h + "|0.6|FREE?|0.6|ECUR 23,1.20000,020.0|0.6|CUID?|1.1", ""},
-        {"NAV: below 100 at the start sends nothing", NAV, GPIB, 23, 4, {"99"}, "FREE?|0.1", full},
-        {"NAV: 100 starts, 10 still takes a point, 9 stops", NAV, GPIB, 23, 4, {"100", "10", "9"},
-         "FREE?|0.1|KCUR 23|0.1|CURV 23,S" + h + "|0.1|FREE?|0.1|ECUR 23,1.20000,020.0|0.1|FREE?|0.1", part},
+        {"NAV: below 100 at the start sends nothing", NAV, RS232, 23, 4, {"99"}, "FREE?|0.6", full},
+        {"NAV: 100 starts, 10 still takes a point, 9 stops", NAV, RS232, 23, 4, {"100", "10", "9"},
+         "FREE?|0.6|KCUR 23|0.6|CURV 23,S" + h + "|0.6|FREE?|0.6|ECUR 23,1.20000,020.0|0.6|FREE?|0.6", part},
         {"one point: nothing sent, nothing said", KOR, RS232, 23, 1, {}, "", ""},
         {"two points: erase and header only", KOR, RS232, 23, 2, {}, "KCUR11|1.1|CURV11,S" + h + "|1.1|CUID?|1.1", ""},
         {"KOR is not reached over GPIB", KOR, GPIB, 23, 4, {}, "", kInvalidInterface},
@@ -54,9 +54,9 @@ TEST(OlderWrite, CommandLinesWaitsAndMemoryStops) {
          "XDT|0.1|XK06*|0.1|XC06, " + h + "|0.1|XDT|0.1|XE06,1.20000,020.0*|0.1|XDT|0.1", ""},
         {"DUN over RS-232", DUN, RS232, 12, 3, {},
          "XDT|6|XK12*|0.6|XC12, " + h + "|0.6|XDT|6|XE12,1.20000,020.0*|0.6|XDT|6", ""},
-        {"99 bytes at the start", ELK, GPIB, 6, 3, {"99"}, "XDT|0.1", full},
-        {"100 bytes start, 10 take a point, 9 stop", DUN, GPIB, 6, 4, {"100", "10", "9"},
-         "XDT|0.1|XK06*|0.1|XC06, " + h + "|0.1|XDT|0.1|XE06,1.20000,020.0*|0.1|XDT|0.1", part},
+        {"99 bytes at the start", ELK, RS232, 6, 3, {"99"}, "XDT|6", full},
+        {"100 bytes start, 10 take a point, 9 stop", DUN, RS232, 6, 4, {"100", "10", "9"},
+         "XDT|6|XK06*|0.6|XC06, " + h + "|0.6|XDT|6|XE06,1.20000,020.0*|0.6|XDT|6", part},
         {"KIP over RS-232: 0.6 s after the erase, 0.75 s after each line, no memory checks", KIP, RS232, 4, 10, {},
          "XK04*|0.6|XC04, " + h + "|0.75|XE04,1.20000,020.0*|0.75|XE04,1.60000,004.2*|0.75|XE04,1.61000,004.1*|0.75|"
          "XE04,1.62000,004.0*|0.75|XE04,1.63000,003.9*|0.75|XE04,1.64000,003.8*|0.75|XE04,1.65000,003.7*|0.75|"
@@ -141,8 +141,7 @@ TEST(OlderRead, ReplyCutting) {
          "Straight Line", "475", "TCOUPLE", "123", true, 1, {-3.5, 30.0}},
         {"reply for another curve", LUM, RS232, 11, "CURV? 11|0.6", "12,S00X,N,3,0,0,1,1,0,0", "", "", "", "", false, -1, {}},
         {"silent instrument", LUM, RS232, 0, "CURV? 0|0.6", "", "", "", "", "", false, -1, {}},
-        {"a memory line instead of a curve", DUN, GPIB, 9, "XD09|0.1", "09,12000 BYTES FREE,", "", "", "", "", false, -1, {}},
-        {"silent over GPIB", DUN, GPIB, 9, "XD09|0.1", "", "", "", "", "", false, -1, {}},
+        {"a memory line instead of a curve", DUN, RS232, 9, "XD09|0.6", "09,12000 BYTES FREE,", "", "", "", "", false, -1, {}},
     };
     // clang-format on
     for (const Row& row : rows) {

@@ -18,55 +18,56 @@ class RoundTrip : public ::testing::TestWithParam<Row> {};
 TEST_P(RoundTrip, WrittenCurveReadsBackAndIsCatalogued) {
     const auto [model, bus] = GetParam();
     const bool grid = model == InstrumentModel::HOX;  // temperatures over a fixed grid, no name
-    Rig w(model);
-    w.connect(bus);
-    ASSERT_EQ(w.setup.interface, bus) << ::testing::PrintToString(w.prompts.texts());
+    Rig rig(model);
+    rig.connect(bus);
+    ASSERT_EQ(rig.setup.interface, bus) << ::testing::PrintToString(rig.prompts.texts());
     // Values exact at five and one decimals, below 10 so that no scaling is needed.
     std::vector<std::pair<double, double>> points;
     for (int k = 0; k < (grid ? 192 : profile(model).max_breakpoints); ++k)
         points.push_back({grid ? hox_grid_units(k) : 0.1 + 0.0125 * k, 475.0 - 2.0 * k});
-    w.load_curve(points);
-    w.header.name = "RT-CURVE";
-    w.header.serial_number = "D12345";
-    w.header.setpoint_text = "325.5";
-    w.header.setpoint_list.selected = w.header.setpoint_list.find("800");
-    w.header.data_format.selected = w.header.data_format.find("Ohms vs. Kelvin");
+    rig.load_curve(points);
+    rig.header.name = "RT-CURVE";
+    rig.header.serial_number = "D12345";
+    rig.header.setpoint_text = "325.5";
+    rig.header.setpoint_list.selected = rig.header.setpoint_list.find("800");
+    rig.header.data_format.selected = rig.header.data_format.find("Ohms vs. Kelvin");
     const int location =
-        grid ? 0 : static_cast<int>(parse_leading_number(w.picks.write.entries.back()));
-    if (!grid) Rig::pick(w.picks.write, location);
-    run_write_transfer(w.session);
-    EXPECT_TRUE(w.prompts.shown.empty()) << ::testing::PrintToString(w.prompts.texts());
+        grid ? 0 : static_cast<int>(parse_leading_number(rig.picks.write.entries.back()));
+    if (!grid) Rig::pick(rig.picks.write, location);
+    run_write_transfer(rig.session);
+    EXPECT_TRUE(rig.prompts.shown.empty()) << ::testing::PrintToString(rig.prompts.texts());
 
-    Rig r(model);  // a fresh window on the same instrument
-    r.respond = [&w](const std::string& c) { return w.sim.handle(c); };
-    r.connect(bus);
-    if (!grid) Rig::pick(r.picks.read, location);
-    run_read_transfer(r.session);
-    EXPECT_TRUE(r.prompts.shown.empty()) << ::testing::PrintToString(r.prompts.texts());
-    ASSERT_EQ(r.curve.breakpoint_count, static_cast<int>(points.size()));
+    // A fresh window on the same instrument reads it back.
+    rig.curve = CurveRecord::for_model(model);
+    rig.header = HeaderFields::for_model(model);
+    rig.picks = PickLists::for_model(model);
+    if (!grid) Rig::pick(rig.picks.read, location);
+    run_read_transfer(rig.session);
+    EXPECT_TRUE(rig.prompts.shown.empty()) << ::testing::PrintToString(rig.prompts.texts());
+    ASSERT_EQ(rig.curve.breakpoint_count, static_cast<int>(points.size()));
     for (size_t k = 0; k < points.size(); ++k) {
-        EXPECT_DOUBLE_EQ(r.curve.sensor_units[k], points[k].first) << k;
-        EXPECT_DOUBLE_EQ(r.curve.temperatures[k], points[k].second) << k;
+        EXPECT_DOUBLE_EQ(rig.curve.sensor_units[k], points[k].first) << k;
+        EXPECT_DOUBLE_EQ(rig.curve.temperatures[k], points[k].second) << k;
     }
     if (grid) {
-        EXPECT_EQ(r.header.serial_number, "D12345");
+        EXPECT_EQ(rig.header.serial_number, "D12345");
         return;
     }
     // The older instruments keep name and serial in one field, split after nine on the way back.
-    EXPECT_EQ(r.header.name + r.header.serial_number, "RT-CURVED12345");
-    EXPECT_EQ(r.curve.temperature_coefficient, w.curve.temperature_coefficient);
-    EXPECT_EQ(r.header.setpoint_shown(), r.header.setpoint_text_visible ? "325.5" : "800");
-    if (r.header.data_format.visible) {
-        EXPECT_EQ(r.header.data_format.text(), "Ohms vs. Kelvin");
+    EXPECT_EQ(rig.header.name + rig.header.serial_number, "RT-CURVED12345");
+    EXPECT_EQ(rig.curve.temperature_coefficient, 1);  // temperatures fall as the units rise
+    EXPECT_EQ(rig.header.setpoint_shown(), rig.header.setpoint_text_visible ? "325.5" : "800");
+    if (rig.header.data_format.visible) {
+        EXPECT_EQ(rig.header.data_format.text(), "Ohms vs. Kelvin");
     }
 
-    grab_curve_names(r.session);
-    for (const ListField* l : {&r.picks.read, &r.picks.write, &r.picks.remove})
+    grab_curve_names(rig.session);
+    for (const ListField* l : {&rig.picks.read, &rig.picks.write, &rig.picks.remove})
         EXPECT_NE(l->entries[find_entry_by_number(*l, location)].find("RT-CURVE"),
                   std::string::npos);
-    Rig::pick(r.picks.remove, location);
-    run_delete_transfer(r.session);
-    EXPECT_EQ(w.sim.curve(location), nullptr);
+    Rig::pick(rig.picks.remove, location);
+    run_delete_transfer(rig.session);
+    EXPECT_EQ(rig.sim.curve(location), nullptr);
 }
 
 using enum InstrumentModel;
