@@ -39,7 +39,7 @@ inline Log script(const std::string& text, const std::string& n = "", const std:
     return out;
 }
 
-// Every pause and, once recording, every byte sent, in order ("pause 0.1" for a pause).
+// Once recording: every byte sent and every pause ("pause 0.1"), in order.
 class TimelineClock : public VirtualClock {
   public:
     Log events;
