@@ -84,6 +84,45 @@ TEST(OlderWrite, CommandLinesWaitsAndMemoryStops) {
     }
 }
 
+// Deleting is destructive: every older instrument gets exactly its own erase line and wait, and
+// the location's entries fall back to the bare number.
+TEST(OlderDelete, EraseLineWaitAndBareNumberInTheLists) {
+    struct Row {
+        InstrumentModel model;
+        Interface bus;
+        int location;
+        std::string log, messages;
+    };
+    const std::vector<Row> rows = {
+        {KOR, RS232, 11, "KCUR11|1.1", ""},     {LUM, RS232, 11, "KCUR11|0.6", ""},
+        {NAV, GPIB, 23, "KCUR 23|0.1", ""},     {NAV, RS232, 23, "KCUR 23|0.6", ""},
+        {KIP, RS232, 4, "XK04*|0.6", ""},       {ELK, GPIB, 6, "XK06*|0.1", ""},
+        {DUN, RS232, 12, "XK12*|0.6", ""},      {HOX, RS232, -1, "ERASE!|20.1", ""},
+        {KOR, GPIB, 11, "", kInvalidInterface},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::string(designation(row.model)) + " " + row.log);
+        Rig rig(row.model);
+        rig.connect(row.bus);
+        const std::string named = std::to_string(row.location) + " - OLD  SN1";
+        for (ListField* list : {&rig.picks.read, &rig.picks.write, &rig.picks.remove}) {
+            Rig::pick(*list, row.location);
+            if (list->selected >= 0) list->entries[list->selected] = named;
+        }
+        run_delete_transfer(rig.session);
+        EXPECT_EQ(rig.clock.events, script(row.log, "", end_of(row.bus)));
+        EXPECT_EQ(rig.prompts.texts(), script(row.messages));
+        if (row.location < 0) continue;
+        const std::string bare = row.messages.empty() ? std::to_string(row.location) : named;
+        for (ListField* list : {&rig.picks.read, &rig.picks.write, &rig.picks.remove}) {
+            EXPECT_EQ(list->entries[find_entry_by_number(*list, row.location)], bare);
+            if (row.messages.empty()) {
+                EXPECT_EQ(list->selected, 0);
+            }
+        }
+    }
+}
+
 TEST(OlderWrite, XkHeaderFieldCodes) {
     struct Row {
         const char *interpolation, *setpoint;
