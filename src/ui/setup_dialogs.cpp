@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "curve/model_profile.h"
 #include "curve/prompts.h"
@@ -40,14 +41,24 @@ QLabel* heading(const char* name, const char* text, QWidget* parent) {
     return l;
 }
 
-QHBoxLayout* button_row(QPushButton* cont, QPushButton* quit) {
+// CONTINUE and QUIT centred under the dialog's content; the default button answers Enter.
+std::pair<QPushButton*, QPushButton*> add_continue_quit(QWidget* dialog, QVBoxLayout* layout,
+                                                        bool enter_quits) {
+    auto* cont = named(new QPushButton(QStringLiteral("CONTINUE"), dialog), "Command1");
+    auto* quit = named(new QPushButton(QStringLiteral("QUIT"), dialog), "Command2");
+    QPushButton* answer = enter_quits ? quit : cont;
+    (enter_quits ? cont : quit)->setAutoDefault(false);
+    answer->setDefault(true);
+    answer->setAutoDefault(true);
     auto* row = new QHBoxLayout;
     row->addStretch(1);
     row->addWidget(cont);
     row->addSpacing(24);
     row->addWidget(quit);
     row->addStretch(1);
-    return row;
+    layout->addSpacing(8);
+    layout->addLayout(row);
+    return {cont, quit};
 }
 
 }  // namespace
@@ -96,13 +107,7 @@ InstrumentSelectionDialog::InstrumentSelectionDialog(SetupChoices& choices, QWid
     }
     options_.front()->setChecked(true);
 
-    auto* cont = named(new QPushButton(QStringLiteral("CONTINUE"), this), "Command1");
-    auto* quit = named(new QPushButton(QStringLiteral("QUIT"), this), "Command2");
-    cont->setDefault(true);
-    cont->setAutoDefault(true);
-    quit->setAutoDefault(false);
-    layout->addSpacing(8);
-    layout->addLayout(button_row(cont, quit));
+    auto [cont, quit] = add_continue_quit(this, layout, false);
 
     connect(cont, &QPushButton::clicked, this, &InstrumentSelectionDialog::continue_clicked);
     connect(quit, &QPushButton::clicked, this, &QDialog::reject);
@@ -208,13 +213,7 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
     layout->addWidget(label5_);
     layout->addWidget(frame2_);
 
-    auto* cont = named(new QPushButton(QStringLiteral("CONTINUE"), this), "Command1");
-    auto* quit = named(new QPushButton(QStringLiteral("QUIT"), this), "Command2");
-    cont->setDefault(true);
-    cont->setAutoDefault(true);
-    quit->setAutoDefault(false);
-    layout->addSpacing(8);
-    layout->addLayout(button_row(cont, quit));
+    auto [cont, quit] = add_continue_quit(this, layout, false);
 
     connect(option1_, &QRadioButton::toggled, this, [this](bool on) {
         if (on) show_gpib_controls();
@@ -355,14 +354,8 @@ RepeatChoiceDialog::RepeatChoiceDialog(SetupChoices& choices, QWidget* parent)
         1, 2);
     layout->addLayout(grid);
 
-    auto* cont = named(new QPushButton(QStringLiteral("CONTINUE"), this), "Command1");
-    auto* quit = named(new QPushButton(QStringLiteral("QUIT"), this), "Command2");
     // Here Enter quits: a user who pressed Enter through the last install is done.
-    cont->setAutoDefault(false);
-    quit->setDefault(true);
-    quit->setAutoDefault(true);
-    layout->addSpacing(8);
-    layout->addLayout(button_row(cont, quit));
+    auto [cont, quit] = add_continue_quit(this, layout, true);
     option1_->setChecked(true);
 
     connect(cont, &QPushButton::clicked, this, [this] {
