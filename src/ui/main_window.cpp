@@ -11,6 +11,8 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStringList>
@@ -135,6 +137,17 @@ void MainWindow::build_widgets() {
         return w;
     };
     auto* outer = new QHBoxLayout(this);
+
+    // The menu bar sits above the window's own controls, which keep their places below it.
+    menu_bar_ = new QMenuBar(this);
+    menu_bar_->setObjectName(QStringLiteral("menuBar"));
+    file_menu_ = menu_bar_->addMenu(QStringLiteral("&File"));
+    file_menu_->setObjectName(QStringLiteral("menuFile"));
+    instrument_menu_ = menu_bar_->addMenu(QStringLiteral("&Instrument"));
+    instrument_menu_->setObjectName(QStringLiteral("menuInstrument"));
+    help_menu_ = menu_bar_->addMenu(QStringLiteral("&Help"));
+    help_menu_->setObjectName(QStringLiteral("menuHelp"));
+    outer->setMenuBar(menu_bar_);
 
     // Left: header fields, point grid, commands.
     auto* left = new QVBoxLayout;

@@ -22,6 +22,8 @@ class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
+class QMenu;
+class QMenuBar;
 class QPushButton;
 class QScrollBar;
 
@@ -150,6 +152,12 @@ class MainWindow : public QWidget, private Views {
     QComboBox *combo1_, *combo2_, *combo5_;
     QCheckBox* check1_;
     CurveGraph* graph_ = nullptr;
+
+    // Our additions above the window's own controls: File, Instrument and Help menus.
+    QMenuBar* menu_bar_ = nullptr;
+    QMenu* file_menu_ = nullptr;
+    QMenu* instrument_menu_ = nullptr;
+    QMenu* help_menu_ = nullptr;
 };
 
 }  // namespace kelvara::ui
