@@ -5,11 +5,15 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "curve/file_io.h"
@@ -313,6 +317,19 @@ TEST(FileWriting, KeepsLinksPermissionsAndOwner) {
     auto mode_of = [](const Scratch& dir, const char* file) {
         return status_of(dir.path(file)).st_mode & 07777;
     };
+    // user::rw- user:65534:r-- group::r-- mask::r-- other::---, as the kernel stores it.
+    const char* kAcl = "system.posix_acl_access";
+    std::string acl("\x02\0\0\0", 4);
+    for (const auto& [tag, perm, id] :
+         {std::tuple{1, 6, -1}, {2, 4, 65534}, {4, 4, -1}, {0x10, 4, -1}, {0x20, 0, -1}}) {
+        const std::uint16_t t = static_cast<std::uint16_t>(tag),
+                            p = static_cast<std::uint16_t>(perm);
+        const std::uint32_t i = static_cast<std::uint32_t>(id);
+        acl.append(reinterpret_cast<const char*>(&t), 2);
+        acl.append(reinterpret_cast<const char*>(&p), 2);
+        acl.append(reinterpret_cast<const char*>(&i), 4);
+    }
+    bool acl_set = false;
     const mode_t mask = ::umask(0);
     ::umask(mask);
     const std::vector<Row> rows = {
@@ -359,6 +376,18 @@ TEST(FileWriting, KeepsLinksPermissionsAndOwner) {
         {"new file", [](const Scratch&) {},
          [&](const Scratch& d, const std::string&) {
              EXPECT_EQ(mode_of(d, "c.taz"), 0666u & ~mask);
+         }},
+        {"access-control list",
+         [&](const Scratch& d) {
+             d.put("c.taz", "old");
+             acl_set = ::setxattr(d.path("c.taz").c_str(), kAcl, acl.data(), acl.size(), 0) == 0;
+         },
+         [&](const Scratch& d, const std::string&) {
+             if (!acl_set) return;  // a file system without lists has nothing to keep
+             std::string kept(acl.size() + 8, '\0');
+             kept.resize(std::max<ssize_t>(
+                 0, ::getxattr(d.path("c.taz").c_str(), kAcl, kept.data(), kept.size())));
+             EXPECT_EQ(kept, acl);
          }},
         {"owner and group",
          [](const Scratch& d) {
