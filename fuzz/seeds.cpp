@@ -47,10 +47,27 @@ std::vector<Seed> make_seeds() {
         const char* ext;
     } layouts[] = {
         {M::TAZ, "TAZ"}, {M::TAZ, "TZA"}, {M::NAV, "NAV"}, {M::NAV, "DUN"}, {M::HOX, "HOX"}};
-    for (const auto& l : layouts)
+    for (const auto& l : layouts) {
         for (int points : {0, 1, 5, 200})
             seeds.push_back({"seed-" + std::to_string(points) + "." + l.ext,
                              write_with(l.model, l.ext, points, points == 5)});
+        // The same file as saved on other systems: LF only, CR only, with a byte-order mark.
+        const std::string crlf = write_with(l.model, l.ext, 5, true);
+        std::string lf, cr;
+        for (size_t i = 0; i < crlf.size(); ++i) {
+            if (crlf.compare(i, 2, "\r\n") != 0) {
+                lf += crlf[i];
+                cr += crlf[i];
+                continue;
+            }
+            lf += '\n';
+            cr += '\r';
+            ++i;
+        }
+        seeds.push_back({std::string("seed-lf.") + l.ext, lf});
+        seeds.push_back({std::string("seed-cr.") + l.ext, cr});
+        seeds.push_back({std::string("seed-bom.") + l.ext, "\xEF\xBB\xBF" + lf});
+    }
     seeds.push_back({"hand-1.DUN", "XC06,S29MYSENSOR 123456,0.12345,300.0,0.23456,250.0*\r\n"});
     seeds.push_back({"hand-2.TZA",
                      "Name: a\rSerial number: b\rFormat: 9\rLimit: 1e3\rCoefficient: 2\r"

@@ -39,6 +39,16 @@ const char* wrong_type_message(CurveFileFamily family) {
     return "Invalid instrument model number.";
 }
 
+// ".TAZ and .TZA": the file types of a family, from the table above.
+std::string file_types_of(CurveFileFamily family) {
+    std::string out;
+    for (const FileType& type : kFileTypes) {
+        if (type.family != family) continue;
+        out += (out.empty() ? "." : " and .") + std::string(type.extension);
+    }
+    return out;
+}
+
 // The last three characters of the name in capitals; the "." in front is not checked.
 std::string extension_of(const std::string& path) {
     std::string ext = path.size() >= 3 ? path.substr(path.size() - 3) : path;
@@ -66,7 +76,9 @@ FileCommandResult run_file_command(bool reading, const std::string& path, Instru
         return FileCommandResult::Failed;
     }
     prompts.message(wrong_type_message(family));
-    if (reason) *reason = wrong_type_message(family);
+    if (reason)
+        *reason = "model " + std::string(designation(model)) + " uses only " +
+                  file_types_of(family) + " files";
     return FileCommandResult::WrongType;
 }
 

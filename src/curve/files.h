@@ -10,8 +10,10 @@
 
 namespace kelvara {
 
-// A reader or writer failed (cannot open, ends early, malformed). The window ends the command
-// quietly; the command-line tool prints what() and exits 1.
+// A reader or writer failed. what() is the reason alone, without the file's name, as a user can
+// act on it: the system's reason ("No such file or directory", "No space left on device") or
+// what in the file is wrong ("line 12: not a number", "the file ends before its points",
+// "line 6: more points than the model holds").
 class FileError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -54,8 +56,9 @@ enum class FileCommandResult {
     Failed,     // the reader or writer failed (message shown only by .DUN/.HOX readers)
 };
 
-// Dispatch by the last three characters of the path, any case. `reason` receives a one-line
-// explanation of a failure for front ends that report one (the window stays quiet).
+// Dispatch by the last three characters of the path, any case. `reason` receives, for Failed and
+// WrongType, a one-line reason without the file's name (FileError's text; for WrongType
+// "model TAZ uses only .TAZ and .TZA files"); the front end adds the name.
 FileCommandResult read_curve_file(const std::string& path, InstrumentModel model,
                                   CurveRecord& curve, HeaderFields& fields, Prompts& prompts,
                                   std::string* reason = nullptr);

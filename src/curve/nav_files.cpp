@@ -67,10 +67,17 @@ char setpoint_code(double v) {
 
 std::string text_before_comma(const std::string& data, size_t& rest) {
     size_t comma = data.find(',', rest);
-    if (comma == std::string::npos) throw FileError("a value is not followed by ','");
+    if (comma == std::string::npos) throw FileError(on_line(1, "a point has no temperature"));
     std::string text = data.substr(rest, comma - rest);
     rest = comma + 1;
     return text;
+}
+
+// The writer prints an empty slot's UNUSED_POINT as a zero with a minus sign ("-.000"); no
+// measured value reads that way, so it goes back to being an empty slot.
+double hox_value(const std::string& text) {
+    const double v = parse_leading_number(text);
+    return v == 0 && std::signbit(v) ? UNUSED_POINT : v;
 }
 
 }  // namespace
@@ -79,15 +86,16 @@ void read_nav_type_file(const std::string& path, CurveRecord& curve, HeaderField
                         Prompts&) {
     read_into_copies(curve, fields, [&](CurveRecord& c, HeaderFields& f) {
         LineReader in(load_file(path));
-        f.name = trim_blanks(header_value(in));
-        f.serial_number = trim_blanks(header_value(in));
+        f.name = trim_spaces(header_value(in));
+        f.serial_number = trim_spaces(header_value(in));
         std::string method = header_value(in);
         f.interpolation.selected = method.find("Lagrangian") != std::string::npos ? kLagrangian
                                    : method.find("Straight Line") != std::string::npos
                                        ? kStraightLine
                                        : kUnknown;
         f.setpoint_list.selected = setpoint_position(header_number(header_value(in)));
-        c.nav_format_code = header_int(header_value(in), "data format");
+        const std::string format = header_value(in);
+        c.nav_format_code = header_int(format, in.line_number());
         f.thermocouple = c.nav_format_code == 1;
         c.dun_format_char = f.thermocouple ? "9" : "";
         return read_numbered_points(in, c);
@@ -102,7 +110,8 @@ void read_dun_type_file(const std::string& path, CurveRecord& curve, HeaderField
         std::string line = in.read_line();
         std::string rest = line.size() > 5 ? line.substr(5) : std::string();  // "XC06,"
         size_t comma = rest.find(',');
-        if (comma == std::string::npos) throw FileError("no ',' after the header field");
+        if (comma == std::string::npos)
+            throw FileError(on_line(1, "no ',' after the header field"));
         std::string header = rest.substr(0, comma);
         auto at = [&header](size_t position) {
             return position <= header.size() ? header[position - 1] : '\0';
@@ -119,7 +128,7 @@ void read_dun_type_file(const std::string& path, CurveRecord& curve, HeaderField
         f.serial_number = header.size() > 12 ? header.substr(12, 6) : std::string();
 
         size_t star = rest.find('*', comma + 1);
-        if (star == std::string::npos) throw FileError("no '*' ends the point data");
+        if (star == std::string::npos) throw FileError(on_line(1, "no '*' after the points"));
         std::string data = rest.substr(comma + 1, star - comma - 1);
         size_t at_data = 0;
         int count = 0;
@@ -127,11 +136,11 @@ void read_dun_type_file(const std::string& path, CurveRecord& curve, HeaderField
             double units = parse_leading_number(text_before_comma(data, at_data));
             size_t next = data.find(',', at_data);
             if (next == std::string::npos) {
-                store_point(c, count, units, parse_leading_number(data.substr(at_data)));
+                store_point(c, count, units, parse_leading_number(data.substr(at_data)), 1);
                 ++count;
                 break;
             }
-            store_point(c, count, units, parse_leading_number(text_before_comma(data, at_data)));
+            store_point(c, count, units, parse_leading_number(text_before_comma(data, at_data)), 1);
             ++count;
         }
         return count;
@@ -159,7 +168,7 @@ void write_nav_type_file(const std::string& path, CurveRecord& curve, HeaderFiel
     for (int i = 0; i < curve.breakpoint_count; ++i)
         line(point_number_taz(i + 1) + "  " + nav_units(curve.sensor_units[i]) + "       " +
              nav_temperature(curve.temperatures[i]));
-    write_file_atomically(path, out);
+    write_whole_file(path, out);
 }
 
 void write_dun_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
@@ -192,7 +201,7 @@ void write_dun_type_file(const std::string& path, CurveRecord& curve, HeaderFiel
                dun_temperature(curve.temperatures[i]);
     out += "*";
     out += kCrLf;
-    write_file_atomically(path, out);
+    write_whole_file(path, out);
 }
 
 void read_hox_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
@@ -206,9 +215,9 @@ void read_hox_type_file(const std::string& path, CurveRecord& curve, HeaderField
             std::string line = in.read_line();
             size_t comma = line.find(',');
             if (comma == std::string::npos)
-                throw FileError("line " + std::to_string(count + 2) + " holds no ','");
-            store_point(c, count, parse_leading_number(line.substr(0, comma)),
-                        parse_leading_number(line.substr(comma + 1)));
+                throw FileError(on_line(in.line_number(), "no ',' between units and temperature"));
+            store_point(c, count, hox_value(line.substr(0, comma)),
+                        hox_value(line.substr(comma + 1)), in.line_number());
             ++count;
         }
         return count;
@@ -226,7 +235,7 @@ void write_hox_type_file(const std::string& path, CurveRecord& curve, HeaderFiel
         out += FormatNoLocale(slot(curve.sensor_units, i), "0.00") + "," +
                column_temperature(slot(curve.temperatures, i), "###.000") + kCrLf;
     }
-    write_file_atomically(path, out);
+    write_whole_file(path, out);
 }
 
 }  // namespace kelvara

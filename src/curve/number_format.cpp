@@ -60,14 +60,12 @@ void round_digits(Decimal& d, int kept) {
 struct FixedParts {
     std::string integer;   // no leading zeros, "" for 0
     std::string fraction;  // exactly `places` digits
-    bool zero = true;
 };
 
 FixedParts fixed_parts(double magnitude, int places) {
     Decimal d = to_decimal(magnitude);
     round_digits(d, d.point + places);
     FixedParts p;
-    p.zero = d.digits.empty();
     for (int i = 0; i < d.point; ++i)
         p.integer += i < static_cast<int>(d.digits.size()) ? d.digits[i] : '0';
     for (int i = 0; i < places; ++i) {
@@ -82,9 +80,8 @@ bool is_placeholder(char c) {
 }
 
 // Formats |value| with a fixed picture made of an optional literal prefix, integer
-// placeholders, an optional "." and fraction placeholders. Returns the text and whether
-// every printed digit is zero.
-std::string format_fixed(double magnitude, std::string_view picture, bool& all_zero) {
+// placeholders, an optional "." and fraction placeholders.
+std::string format_fixed(double magnitude, std::string_view picture) {
     size_t first = 0;
     while (first < picture.size() && !is_placeholder(picture[first]) && picture[first] != '.')
         ++first;
@@ -110,14 +107,12 @@ std::string format_fixed(double magnitude, std::string_view picture, bool& all_z
     while (keep > 0 && frac_pic[keep - 1] == '#' && fraction[keep - 1] == '0') --keep;
     fraction.resize(keep);
 
-    all_zero = p.zero;
     std::string out = prefix + integer;
     if (dot != std::string_view::npos) out += "." + fraction;
     return out;
 }
 
-std::string format_scientific(double magnitude, std::string_view picture, size_t e_pos,
-                              bool& all_zero) {
+std::string format_scientific(double magnitude, std::string_view picture, size_t e_pos) {
     std::string_view mant_pic = picture.substr(0, e_pos);
     char letter = picture[e_pos];
     char sign_mode = e_pos + 1 < picture.size() ? picture[e_pos + 1] : '-';
@@ -139,7 +134,6 @@ std::string format_scientific(double magnitude, std::string_view picture, size_t
         round_digits(d, int_places + places);
         exponent = d.point - int_places;
     }
-    all_zero = d.digits.empty();
     std::string mant;
     for (int i = 0; i < int_places; ++i)
         mant += i < static_cast<int>(d.digits.size()) ? d.digits[i] : '0';
@@ -219,17 +213,17 @@ double convert_prefix(std::string_view s) {
 
 std::string FormatNoLocale(double value, std::string_view picture) {
     if (!std::isfinite(value)) value = 0;
-    bool negative = std::signbit(value);
     double magnitude = std::fabs(value);
-    bool all_zero = true;
     std::string body;
     size_t e_pos = picture.find_first_of("eE");
     if (e_pos != std::string_view::npos && e_pos + 1 < picture.size() &&
         (picture[e_pos + 1] == '-' || picture[e_pos + 1] == '+'))
-        body = format_scientific(magnitude, picture, e_pos, all_zero);
+        body = format_scientific(magnitude, picture, e_pos);
     else
-        body = format_fixed(magnitude, picture, all_zero);
-    std::string out = (negative && !all_zero) ? "-" + body : body;
+        body = format_fixed(magnitude, picture);
+    // A negative value keeps its sign even when it rounds to zero (-0.0000001 gives "-.000000");
+    // a negative zero is no negative value.
+    std::string out = value < 0 ? "-" + body : body;
     for (char& c : out)
         if (c == ',') c = '.';
     return out;

@@ -13,7 +13,7 @@ namespace kelvara {
 // printed only when significant, "." the decimal point (always "." in the result), "e-"/"E+"
 // scientific notation; other characters in front of the first placeholder are copied. Rounding
 // is half away from zero on the value's shortest decimal form, so 2.675 with "0.00" is 2.68.
-// A value that rounds to zero is printed without a minus sign.
+// A negative value gets a leading "-", also when it rounds to zero.
 std::string FormatNoLocale(double value, std::string_view picture);
 
 // Picture choosers used by the header/point instrument writers.

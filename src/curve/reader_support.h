@@ -14,14 +14,13 @@
 
 namespace kelvara::file_io {
 
-// Stores a point at index; an index at or beyond max_breakpoints is a file holding more points
-// than the model allows.
-inline void store_point(CurveRecord& curve, int index, double units, double temperature) {
+// Stores a point read on the given line at index; an index at or beyond max_breakpoints is a
+// file holding more points than the model allows.
+inline void store_point(CurveRecord& curve, int index, double units, double temperature, int line) {
     if (index < 0 || index >= curve.max_breakpoints ||
         index >= static_cast<int>(curve.sensor_units.size()) ||
         index >= static_cast<int>(curve.temperatures.size()))
-        throw FileError("the file holds more points than the model allows (" +
-                        std::to_string(curve.max_breakpoints) + ")");
+        throw FileError(on_line(line, kTooManyPoints));
     curve.sensor_units[index] = units;
     curve.temperatures[index] = temperature;
 }

@@ -16,15 +16,18 @@ namespace {
 // Name, serial number, data format and setpoint limit: the first four header lines of both
 // layouts.
 void read_common_header(LineReader& in, CurveRecord& c, HeaderFields& f, Prompts& prompts) {
-    f.name = trim_blanks(header_value(in));
-    f.serial_number = trim_blanks(header_value(in));
-    c.data_format = header_int(header_value(in), "data format");
+    f.name = trim_spaces(header_value(in));
+    f.serial_number = trim_spaces(header_value(in));
+    std::string value = header_value(in);
+    c.data_format = header_int(value, in.line_number());
     select_data_format(f, c.data_format, prompts);
     f.setpoint_text = general_text(header_number(header_value(in)));
-    c.temperature_coefficient = header_int(header_value(in), "temperature coefficient");
+    value = header_value(in);
+    c.temperature_coefficient = header_int(value, in.line_number());
 }
 
 double setpoint_from_text(const HeaderFields& f) {
+    if (trim_blanks(f.setpoint_text).empty()) throw FileError("the setpoint limit is empty");
     if (!is_numeric_text(f.setpoint_text))
         throw FileError("the setpoint limit '" + f.setpoint_text + "' is not a number");
     return parse_leading_number(f.setpoint_text);
@@ -103,7 +106,7 @@ void read_tza_type_file(const std::string& path, CurveRecord& curve, HeaderField
             next_field(line, pos);  // its number and colon
             double units = number_field(line, pos);
             double temperature = number_field(line, pos);
-            store_point(c, count, units, temperature);
+            store_point(c, count, units, temperature, in.line_number());
             ++count;
         }
         return count;
@@ -130,7 +133,7 @@ void write_taz_type_file(const std::string& path, CurveRecord& curve, HeaderFiel
     for (int i = 0; i < curve.breakpoint_count; ++i)
         line(point_number_taz(i + 1) + "  " + taz_units(curve.sensor_units[i]) +
              column_temperature(curve.temperatures[i], "0.00000e-00"));
-    write_file_atomically(path, out);
+    write_whole_file(path, out);
 }
 
 void write_tza_type_file(const std::string& path, CurveRecord& curve, HeaderFields& fields,
@@ -149,7 +152,7 @@ void write_tza_type_file(const std::string& path, CurveRecord& curve, HeaderFiel
     for (int i = 0; i < curve.breakpoint_count; ++i)
         line("Point " + std::to_string(i + 1) + ": " + tza_units(curve.sensor_units[i]) + "," +
              tza_temperature(curve.temperatures[i]));
-    write_file_atomically(path, out);
+    write_whole_file(path, out);
 }
 
 }  // namespace kelvara

@@ -1,5 +1,6 @@
 // kelvara-cli show and convert, and the exit status and reason of every kind of failure.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "cli_runner.h"
 
@@ -18,6 +19,10 @@ const std::string kTaz =
 TEST(CliFiles, ShowAndConvert) {
     Scratch s;
     s.put("c.taz", kTaz);
+    std::string lf = "\xEF\xBB\xBF" + kTaz;  // as saved on Linux by an editor that marks UTF-8
+    for (size_t at = lf.find("\r\n"); at != std::string::npos; at = lf.find("\r\n", at))
+        lf.erase(at, 1);
+    s.put("lf.taz", lf);
     s.put("c.dun", "XC06,S29MYSENSOR 123456,0.12345,300.0,0.23456,250.0*\r\n");
     s.put("c.nav",
           "Sensor Model:   ABCDEFGHIJKL\r\nSerial Number:  12345678\r\n"
@@ -59,6 +64,10 @@ TEST(CliFiles, ShowAndConvert) {
         EXPECT_EQ(row.output.empty() ? r.out : s.get(row.output), row.bytes);
         EXPECT_EQ(r.err, row.err);
     }
+    // LF line ends and a byte-order mark read as the CR LF original.
+    const CliRun from_lf = s.cli("show --model TAZ lf.taz");
+    EXPECT_EQ(from_lf.status, 0);
+    EXPECT_EQ(from_lf.out, s.cli("show --model TAZ c.taz").out);
 }
 
 // Exit status 1 when the operation failed, 2 for a usage error; the reason goes to stderr.
@@ -66,6 +75,12 @@ TEST(CliFiles, FailuresExitWithAReason) {
     Scratch s;
     s.put("c.taz", kTaz);
     s.put("bad.dun", "XC06,S29MYSENSOR 123456,0.1,300.0\r\n");
+    s.put("count.taz", kTaz.substr(0, kTaz.find("2\r\n\r\nNo.")) + "two\r\n");
+    // A full disk (a link to /dev/full) and a pipe nobody writes to, by absolute path.
+    const fs::path base = fs::temp_directory_path() / ("kelvara-cli-" + std::to_string(::getpid()));
+    const std::string full = base.string() + "-full.tza", fifo = base.string() + "-fifo.taz";
+    fs::create_symlink("/dev/full", full);
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     struct Row {
         std::string arguments;
         int status;
@@ -74,9 +89,18 @@ TEST(CliFiles, FailuresExitWithAReason) {
     const Row rows[] = {
         {"show --model NAV c.taz", 1, "Must use file with '.NAV' or '.DUN' extension.\n"},
         {"convert --model TAZ c.taz x.nav", 1, "Must use file with '.TAZ' or '.TZA' extension.\n"},
-        {"show --model DUN bad.dun", 1, "Bad file format.\nkelvara-cli: cannot read bad.dun: "},
-        {"show --model TAZ no.taz", 1, "kelvara-cli: cannot read no.taz: cannot open no.taz\n"},
-        {"convert --model TAZ c.taz no/x.tza", 1, "cannot write no/x.tza: cannot create no/x"},
+        {"show --model DUN bad.dun", 1,
+         "Bad file format.\nkelvara-cli: cannot read bad.dun: line 1: no '*' after the points\n"},
+        {"show --model TAZ no.taz", 1,
+         "kelvara-cli: cannot read no.taz: No such file or directory\n"},
+        {"show --model TAZ count.taz", 1,
+         "kelvara-cli: cannot read count.taz: line 6: not a number\n"},
+        {"convert --model TAZ c.taz no/x.tza", 1,
+         "kelvara-cli: cannot write no/x.tza: No such file or directory\n"},
+        {"convert --model TAZ c.taz " + full, 1,
+         "kelvara-cli: cannot write " + full + ": No space left on device\n"},
+        {"show --model TAZ " + fifo, 1,
+         "kelvara-cli: cannot read " + fifo + ": not a regular file\n"},
         {"show c.taz", 2, "kelvara-cli show: --model M is required (see --help)\n"},
         {"show --model QUARIL c.taz", 2, "show: unknown instrument model 'QUARIL' "},
         {"show --model TAZ c.taz --fast", 2, "show: unknown option '--fast' (see --help)\n"},
@@ -99,6 +123,8 @@ TEST(CliFiles, FailuresExitWithAReason) {
         EXPECT_EQ(r.out, "");
     }
     EXPECT_FALSE(s.exists("x.nav"));
+    fs::remove(full);
+    fs::remove(fifo);
 }
 
 }  // namespace

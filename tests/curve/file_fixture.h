@@ -77,4 +77,18 @@ struct Window {
     }
 };
 
+// A three-point curve with every header field set, for any model.
+inline Window small_curve(InstrumentModel model) {
+    Window w(model);
+    w.fields.name = "DT-470";
+    w.fields.serial_number = "D12345";
+    w.fields.data_format.selected = 1;    // Volts vs. Kelvin
+    w.fields.setpoint_text = "475";       // the newer models
+    w.fields.setpoint_list.selected = 2;  // 475, the older models
+    w.fields.interpolation.selected = 1;  // Straight Line
+    w.curve.nav_format_code = 3;
+    w.set_points({{0.05, 300}, {123456.4, 77.35}, {1.2e6, 4.2}});
+    return w;
+}
+
 }  // namespace kelvara::testing_support

@@ -43,7 +43,13 @@ TEST(FormatNoLocale, PictureRules) {
         {12345, "####.00", "12345.00"},  // integer digits are never dropped
         {2.675, "0.00", "2.68"},         // half up on the decimal the value was written as
         {-2.675, "0.00", "-2.68"},
-        {UNUSED_POINT, "###.000", ".000"},  // rounds to zero: no minus sign
+        // A negative value keeps its minus sign when it rounds to zero; a negative zero has none.
+        {UNUSED_POINT, "###.000", "-.000"},
+        {-0.0000001, ".000000", "-.000000"},
+        {-0.0000001, "0.00", "-0.00"},
+        {-0.004, "###.0", "-.0"},
+        {-0.0, "0.00", "0.00"},
+        {-0.0, ".000000", ".000000"},
         {0.9999996, ".000000", "1.000000"},
     };
     std::locale saved = std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));

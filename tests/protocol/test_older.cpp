@@ -224,7 +224,7 @@ TEST(OlderHox, WriteSendsEveryGridPointThenTheSerialNumber) {
     rig.connect(RS232);
     rig.curve.temperatures[0] = 325.5;
     rig.curve.temperatures[1] = 301.25;
-    rig.curve.temperatures[191] = 1.4;  // the slots between stay empty and go out as zero
+    rig.curve.temperatures[191] = 1.4;  // the empty slots between go out as "-000.000"
     rig.header.serial_number = "1234567890";
     run_write_transfer(rig.session);
     Log commands;
@@ -234,9 +234,9 @@ TEST(OlderHox, WriteSendsEveryGridPointThenTheSerialNumber) {
     }
     ASSERT_EQ(commands.size(), 194u);
     const std::vector<std::pair<size_t, std::string>> sent = {
-        {0, "ERASE!"},          {1, "C0.00,325.500"},   {2, "C0.02,301.250"},
-        {3, "C0.04,000.000"},   {150, "C2.98,000.000"}, {151, "C3.00,000.000"},
-        {175, "C3.96,000.000"}, {176, "C4.00,000.000"}, {192, "C5.60,001.400"},
+        {0, "ERASE!"},           {1, "C0.00,325.500"},    {2, "C0.02,301.250"},
+        {3, "C0.04,-000.000"},   {150, "C2.98,-000.000"}, {151, "C3.00,-000.000"},
+        {175, "C3.96,-000.000"}, {176, "C4.00,-000.000"}, {192, "C5.60,001.400"},
         {193, "SID12345678"}};
     for (const auto& [at, text] : sent) EXPECT_EQ(commands[at], text + "\r\n");
     EXPECT_NEAR(rig.clock.total_paused(), 20.1 + 192 * 3.1 + 3.1, 1e-9);

@@ -101,7 +101,9 @@ const Subcommand convert_command(
     "      Read IN, then write OUT in the layout its extension names, as \"Read Curve From\n"
     "      File\" followed by \"Write Curve To File\" would for model M (empty name and serial\n"
     "      become \"no name\"/\"no number\", the temperature coefficient is recomputed).\n"
-    "      An existing OUT is replaced; a failed write leaves it untouched.",
+    "      An existing OUT is replaced, keeping its permissions, its hard links and, when OUT\n"
+    "      is a symbolic link, the link (its target is written); a failed write leaves OUT\n"
+    "      untouched. IN may use CR LF, LF or CR line ends and start with a byte-order mark.",
     convert);
 
 }  // namespace
