@@ -346,7 +346,7 @@ void CurveGraph::show_window(Axis& a) {
             axis->setLabelFormat(QStringLiteral("%g"));
         } else {
             // Round steps from a round anchor, with the digits that tell them apart.
-            const double step = nice_step(a.shown.high - a.shown.low, 5);
+            const double step = nice_step(a.shown.high - a.shown.low, 4);
             axis->setTickType(QValueAxis::TicksDynamic);
             axis->setTickAnchor(std::floor(a.shown.low / step) * step);
             axis->setTickInterval(step);

@@ -69,12 +69,12 @@ AxisWindow zoom_about(const AxisWindow& shown, const AxisWindow& full, AxisScale
     return next;
 }
 
-double nice_step(double span, int target) {
-    const double raw = span / std::max(target, 1);
-    const double decade = std::pow(10.0, std::floor(std::log10(raw)));
-    for (double m : {1.0, 2.0, 5.0})
-        if (raw <= m * decade * 1.0000001) return m * decade;
-    return 10 * decade;
+double nice_step(double span, int parts) {
+    const double most = span / std::max(parts, 1);
+    const double decade = std::pow(10.0, std::floor(std::log10(most)));
+    for (double m : {5.0, 2.0, 1.0})
+        if (m * decade <= most * 1.0000001) return m * decade;
+    return decade;
 }
 
 std::vector<double> log_ticks(const AxisWindow& window) {
@@ -91,7 +91,7 @@ std::vector<double> log_ticks(const AxisWindow& window) {
     ticks = decade_multiples(window, {1, 2, 3, 4, 5, 6, 7, 8, 9}, 1);
     if (fits(ticks)) return ticks;
     // Inside a fraction of a decade the axis is nearly linear: round values evenly spaced.
-    return multiples(window, nice_step(window.high - window.low, 5));
+    return multiples(window, nice_step(window.high - window.low, 4));
 }
 
 int label_digits(const AxisWindow& window, double step) {

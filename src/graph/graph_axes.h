@@ -31,8 +31,9 @@ AxisWindow zoom_about(const AxisWindow& shown, const AxisWindow& full, AxisScale
 // True when window is narrow enough to be worth showing (see zoom_about).
 bool zoomable_window(const AxisWindow& window, AxisScale scale);
 
-// A step of 1, 2 or 5 times a power of ten that cuts span into about target parts.
-double nice_step(double span, int target);
+// The largest step of 1, 2 or 5 times a power of ten that cuts span into at least parts
+// parts (so a zoomed axis shows between parts and about 2.5 x parts round labels).
+double nice_step(double span, int parts);
 
 // Labelled tick values inside a zoomed logarithmic window, between 3 and 10 of them where the
 // window allows: whole decades for wide windows, 1-2-5 or 1..9 times a decade for a decade or

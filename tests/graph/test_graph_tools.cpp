@@ -91,7 +91,7 @@ bool marked(const QImage& image, const QRectF& plot, QPointF c, QColor colour) {
 // breakpoints for none.
 void check_markers(CurveGraph& g, const std::vector<std::vector<GraphPoint>>& series) {
     const QRectF plot = g.plot_rect();
-    QCoreApplication::processEvents();
+    QTest::qWait(1);  // the axes of the redraws before are deleted from the event loop
     const QImage image = g.grab().toImage();
     const QColor colours[] = {kOriginalSeriesColour, kAdjustedSeriesColour};
     for (std::size_t k = 0; k < series.size(); ++k) {
