@@ -138,6 +138,7 @@ class TestGraphTools : public QObject {
     void wheel_zoom_and_reset();
     void rubber_band_zoom();
     void zoom_across_redraws();
+    void log_axis_labels();
     void export_png_and_svg();
     void export_names_and_failures();
 
@@ -369,6 +370,31 @@ void TestGraphTools::zoom_across_redraws() {
     g.update_graph(M::TAZ, curve_of(M::TAZ, {{350, 5.5}, {300, 5.7}}),
                    fields_of(M::TAZ, "Ohms vs. Kelvin"));
     QVERIFY(g.spec().x_scale == AxisScale::Logarithmic && !g.zoomed());
+}
+
+void TestGraphTools::log_axis_labels() {
+    // window, labels: decades (thinned when many), 1-2-5, 1..9, then round linear steps
+    const std::pair<AxisWindow, std::vector<double>> rows[] = {
+        {{1e-3, 1e9}, {0.01, 1, 100, 1e4, 1e6, 1e8}},
+        {{1, 1000}, {1, 10, 100, 1000}},
+        {{3, 60}, {5, 10, 20, 50}},
+        {{1.5, 9}, {2, 3, 4, 5, 6, 7, 8, 9}},
+        {{21, 61}, {30, 40, 50, 60}},
+        {{4.02, 4.4}, {4.05, 4.1, 4.15, 4.2, 4.25, 4.3, 4.35, 4.4}}};
+    for (const auto& [window, labels] : rows) {
+        const std::vector<double> got = log_ticks(window);
+        QCOMPARE(got.size(), labels.size());
+        for (std::size_t i = 0; i < got.size(); ++i) QCOMPARE(got[i], labels[i]);
+    }
+    // Neighbouring labels differ in their text however close the zoom.
+    const AxisWindow narrow{300.0001, 300.0009};
+    const double step = nice_step(narrow.high - narrow.low, 4);
+    QCOMPARE(step, 0.0002);
+    const int digits = label_digits(narrow, step);
+    QCOMPARE(QString::number(300.0002, 'g', digits), QString("300.0002"));
+    // Zooming stops at a millionth of the values shown.
+    const AxisWindow tight{300, 300.0004};
+    QCOMPARE(zoom_about(tight, {0, 500}, AxisScale::Linear, 300.0002, 0.5), tight);
 }
 
 void TestGraphTools::export_png_and_svg() {
