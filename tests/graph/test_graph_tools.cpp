@@ -69,8 +69,8 @@ const std::pair<const char*, Row> kFormats[] = {
 // clang-format on
 
 // Whether (nearly) every pixel of the disc of radius 2 about c has the colour: a marker of 7
-// pixels covers it, a line of 1.5 does not.
-// Only the part inside the plot counts: a marker on the plot's edge is cut there.
+// pixels covers it, a line of 1.5 does not. Only the part inside the plot counts: a marker on
+// the plot's edge is cut there.
 bool marked(const QImage& image, const QRectF& plot, QPointF c, QColor colour) {
     int near = 0;
     int all = 0;
@@ -117,11 +117,6 @@ void wheel(CurveGraph& g, QPointF at, int delta) {
 
 double decades(const AxisWindow& w) {
     return std::log10(w.high / w.low);
-}
-
-void save_for_eyes(CurveGraph& g, const QString& name) {
-    const QString dir = qEnvironmentVariable("KELVARA_SCREENSHOTS");
-    if (!dir.isEmpty()) g.export_image(dir + QLatin1Char('/') + name, GraphImageFormat::Png);
 }
 
 }  // namespace
@@ -283,7 +278,6 @@ void TestGraphTools::wheel_zoom_and_reset() {
             QVERIFY(v >= window.low && v <= window.high);
         }
     }
-    save_for_eyes(g, QStringLiteral("graph-zoomed-%1.png").arg(QTest::currentDataTag()));
 
     // Zooming out stops at the full curve.
     wheel(g, pos, -120 * 40);
