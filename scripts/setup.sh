@@ -2,7 +2,7 @@
 # Installs the Debian packages Kelvara needs when any is missing (run as root on Debian 12).
 set -euo pipefail
 packages=(build-essential cmake ninja-build pkg-config
-          qt6-base-dev qt6-base-dev-tools qt6-serialport-dev qt6-charts-dev libgl-dev
+          qt6-base-dev qt6-base-dev-tools qt6-serialport-dev qt6-charts-dev qt6-svg-dev libgl-dev
           libgtest-dev libgmock-dev clang libclang-rt-14-dev xvfb xauth)
 missing=()
 for p in "${packages[@]}"; do

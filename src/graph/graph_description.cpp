@@ -14,6 +14,7 @@ struct AxisChoice {
     AxisScale x_scale;
     const char* x_label;  // nullptr: the label stays as step 6 set it
     const char* y_label;
+    const char* unit;
 };
 
 // Scales and labels for the models whose window offers a data-format list.
@@ -21,20 +22,24 @@ AxisChoice choice_for_format(int code, const CurveRecord& curve) {
     using enum AxisScale;
     switch (code) {
         case MILLIVOLTS_VS_KELVIN:
-            return {Linear, Linear, "Temperature (Kelvin)", "Sensor Units (MilliVolts)"};
+            return {Linear, Linear, "Temperature (Kelvin)", "Sensor Units (MilliVolts)",
+                    "MilliVolts"};
         case VOLTS_VS_KELVIN:
-            return {Linear, Linear, "Temperature (Kelvin)", "Sensor Units (Volts)"};
+            return {Linear, Linear, "Temperature (Kelvin)", "Sensor Units (Volts)", "Volts"};
         case OHMS_VS_KELVIN:
             // Resistors whose resistance falls as they warm span decades on both axes.
             if (temperature_coefficient_of(curve) == 1)
-                return {Logarithmic, Logarithmic, "Temperature (Kelvin)", "Sensor Units (Ohms)"};
-            return {Linear, Linear, "Temperature (Kelvin)", "Sensor Units (Ohms)"};
+                return {Logarithmic, Logarithmic, "Temperature (Kelvin)", "Sensor Units (Ohms)",
+                        "Ohms"};
+            return {Linear, Linear, "Temperature (Kelvin)", "Sensor Units (Ohms)", "Ohms"};
         case LOG_OHMS_VS_KELVIN:
-            return {Linear, Logarithmic, "Temperature (Kelvin)", "Sensor Units (Log Ohms)"};
+            return {Linear, Logarithmic, "Temperature (Kelvin)", "Sensor Units (Log Ohms)",
+                    "Log Ohms"};
         case LOG_OHMS_VS_LOG_KELVIN:
-            return {Linear, Linear, "Temperature (Log Kelvin)", "Sensor Units (Log Ohms)"};
+            return {Linear, Linear, "Temperature (Log Kelvin)", "Sensor Units (Log Ohms)",
+                    "Log Ohms"};
         default:
-            return {Linear, Linear, nullptr, nullptr};
+            return {Linear, Linear, nullptr, nullptr, ""};
     }
 }
 
@@ -76,17 +81,22 @@ void GraphState::common_redraw(InstrumentModel model, const CurveRecord& curve,
     spec_.extra_titles.clear();
     spec_.x_label = "Temperature";
     spec_.y_label = "Sensor Units";
+    spec_.sensor_unit.clear();
+    spec_.log_kelvin = false;
     if (!has_data_format_list(model)) {
         spec_.x_scale = AxisScale::Linear;
         spec_.y_scale = AxisScale::Linear;
         spec_.x_label = "Temperature (Kelvin)";
         return;
     }
-    const AxisChoice choice = choice_for_format(data_format_from_selection(fields), curve);
+    const int code = data_format_from_selection(fields);
+    const AxisChoice choice = choice_for_format(code, curve);
     spec_.x_scale = choice.x_scale;
     spec_.y_scale = choice.y_scale;
     if (choice.x_label) spec_.x_label = choice.x_label;
     if (choice.y_label) spec_.y_label = choice.y_label;
+    spec_.sensor_unit = choice.unit;
+    spec_.log_kelvin = code == LOG_OHMS_VS_LOG_KELVIN;
 }
 
 const GraphSpec& GraphState::update_graph(InstrumentModel model, const CurveRecord& curve,

@@ -35,6 +35,10 @@ struct GraphSpec {
     std::string y_label = "Sensor Units";
     AxisScale x_scale = AxisScale::Linear;
     AxisScale y_scale = AxisScale::Linear;
+    // For the value under the pointer: the sensor unit the data format names ("Volts",
+    // "Log Ohms" ...; "" when it names none), and whether temperatures are log10 of kelvin.
+    std::string sensor_unit;
+    bool log_kelvin = false;
     std::vector<GraphSeries> series;  // one, or two after an adjustment
 };
 

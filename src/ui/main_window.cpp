@@ -1,5 +1,6 @@
 #include "ui/main_window.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -277,6 +278,10 @@ void MainWindow::build_widgets() {
     graph_->setMinimumSize(480, 360);
     frame_layout->addWidget(graph_);
     outer->addWidget(frame, 1);
+    wire_graph();
+    QAction* export_action =
+        file_menu_->addAction(QStringLiteral("Export Graph..."), this, &MainWindow::export_graph);
+    export_action->setObjectName(QStringLiteral("actionExportGraph"));
 
     // Handlers.
     void (MainWindow::*handlers[])() = {&MainWindow::Command1_Click, &MainWindow::Command2_Click,
@@ -412,6 +417,7 @@ bool MainWindow::Form_Load() {
         frame_layout->replaceWidget(graph_, fresh);
         delete graph_;
         graph_ = fresh;
+        wire_graph();
     }
 
     configure_for_model();
@@ -705,6 +711,19 @@ void MainWindow::Command7_Click() {
     if (!leave_pending_edits()) return;
     take_fields_from_widgets();
     graph_->print_graph(setup_.model, curve_, header_, this, options_.choose_printer);
+}
+
+void MainWindow::export_graph() {
+    if (!leave_pending_edits()) return;
+    graph_->export_with_dialog(CurveGraph::export_filter(), GraphImageFormat::Png);
+}
+
+void MainWindow::wire_graph() {
+    graph_->set_export_hooks(
+        [this](const QString& filter, QWidget* parent) {
+            return options_.choose_file(FileDialogKind::Save, filter, parent);
+        },
+        [this](const QString& text) { prompts_->message(text.toStdString()); });
 }
 
 // ---- editing commands ---------------------------------------------------------------------------

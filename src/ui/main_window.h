@@ -74,6 +74,7 @@ class MainWindow : public QWidget, private Views {
     void Command5_Click();  // Delete Curve From Instrument
     void Command6_Click();  // New Instrument
     void Command7_Click();  // Print Graph
+    void export_graph();    // File > Export Graph...: PNG or SVG of the graph as shown
     void Command8_Click();  // Insert A Point
     void Command9_Click();  // Delete A Point
     void cmdAdjust_Click();
@@ -104,6 +105,7 @@ class MainWindow : public QWidget, private Views {
     void show_grid_from_top() override;
 
     void build_widgets();
+    void wire_graph();  // the graph's export asks and reports through the window
     void configure_for_model();
     void simple_installation_loop();
     void end_program();

@@ -1,0 +1,139 @@
+// The window's "Export Graph..." and the graph's own context-menu exports, through the window's
+// file chooser and message boxes, before and after "New Instrument" gives the window a fresh
+// graph.
+#include <QAction>
+#include <QComboBox>
+#include <QLabel>
+#include <QMenu>
+#include <QSvgRenderer>
+#include <cmath>
+
+#include "ui_script.h"
+
+using namespace kelvara;
+using namespace kelvara::test;
+
+namespace {
+
+double diode_kelvin(int i) {
+    // 40 points from 1.4 K to 475 K, closer together where the curve bends.
+    return 1.4 + 473.6 * std::pow(i / 39.0, 2.0);
+}
+// A silicon diode's shape: steep below 25 K, nearly straight above.
+double diode_units(int i) {
+    const double t = diode_kelvin(i);
+    return t >= 25 ? 1.1 - 0.0023 * (t - 25) : 1.1 + 0.54 * std::pow((25 - t) / 23.6, 1.5);
+}
+
+QAction* menu_action(Harness& h, const QString& text) {
+    for (QAction* a : h.find<QMenu>("menuFile")->actions())
+        if (a->text() == text) return a;
+    return nullptr;
+}
+
+}  // namespace
+
+class TestGraphExport : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+
+    void load_diode(Harness& h) {
+        QVERIFY(h.start(InstrumentModel::TAZ));
+        h.files.push_back(write_model_curve(dir.filePath("DIODE.TAZ"), InstrumentModel::TAZ, 40,
+                                            diode_units, diode_kelvin));
+        h.w().Command1_Click();
+        QCOMPARE(h.w().curve().breakpoint_count, 40);
+        h.w().resize(1200, 720);
+        h.w().show();
+        QVERIFY(QTest::qWaitForWindowExposed(h.window.get()));
+    }
+
+  private slots:
+    void file_menu_exports_png_and_svg() {
+        Harness h;
+        load_diode(h);
+        QAction* action = menu_action(h, "Export Graph...");
+        QVERIFY(action && action->objectName() == "actionExportGraph");
+        CurveGraph* graph = h.w().graph();
+        graph->zoom_at(graph->position_of(20, diode_units(12)), 0.3);
+
+        // No extension typed: a PNG; ".svg" typed: an SVG. Both at the graph's size.
+        h.filters.clear();
+        h.files = {dir.filePath("graph"), dir.filePath("graph.svg")};
+        action->trigger();
+        action->trigger();
+        QCOMPARE(h.filters, QStringList(2, "PNG image (*.png);;SVG image (*.svg)"));
+        QCOMPARE(QImage(dir.filePath("graph.png")).size(), graph->size());
+        QSvgRenderer svg(dir.filePath("graph.svg"));
+        QVERIFY(svg.isValid());
+        QCOMPARE(svg.viewBox().size(), graph->size());
+        QVERIFY(h.prompts.shown.empty());
+
+        // A folder that is not there: the file and the system's reason, and no file.
+        h.files = {dir.filePath("gone/graph.png")};
+        action->trigger();
+        QCOMPARE(h.prompts.texts(),
+                 std::vector<std::string>{"The graph could not be exported to " +
+                                          dir.filePath("gone/graph.png").toStdString() +
+                                          ":\nNo such file or directory"});
+        QCOMPARE(h.prompts.shown[0].title, std::string("Tessaly Kelvara"));
+
+        // Cancelled: nothing written, nothing said.
+        action->trigger();
+        QCOMPARE(h.prompts.shown.size(), std::size_t(1));
+    }
+
+    void fresh_graph_keeps_its_export() {
+        Harness h;
+        load_diode(h);
+        QVERIFY(h.start(InstrumentModel::TAZ));  // "New Instrument" replaces the graph
+        h.files = {dir.filePath("fresh")};
+        h.w().graph()->findChild<QAction*>("actionExportSvg")->trigger();
+        QVERIFY(QSvgRenderer(dir.filePath("fresh.svg")).isValid());
+        h.files = {dir.filePath("gone/fresh.png")};
+        h.w().graph()->findChild<QAction*>("actionExportPng")->trigger();
+        QCOMPARE(h.prompts.shown.size(), std::size_t(1));
+    }
+
+    void zoomed_graph_for_the_eye() {
+        // With KELVARA_SCREENSHOTS=DIR: the graph zoomed into the diode's bend, with its
+        // markers and the value under the pointer, as graph-zoomed.png.
+        const QString out = qEnvironmentVariable("KELVARA_SCREENSHOTS");
+        if (out.isEmpty()) QSKIP("KELVARA_SCREENSHOTS not set");
+        Harness h;
+        load_diode(h);
+        h.find<QComboBox>("Combo1")->setCurrentText("Volts vs. Kelvin");
+        CurveGraph* graph = h.w().graph();
+        graph->zoom_to(QRectF(graph->position_of(3, 1.58), graph->position_of(60, 1.0)));
+        const QPointF point = graph->position_of(diode_kelvin(9), diode_units(9));
+        QTest::mouseMove(graph->viewport(), point.toPoint());
+        QVERIFY(graph->value_label()->isVisible());
+        QVERIFY(graph->value_label()->text().startsWith("Point 10\n"));
+        QTest::qWait(10);  // the axes of the redraws before are deleted from the event loop
+        QVERIFY(graph->grab().save(out + QStringLiteral("/graph-zoomed.png")));
+        QVERIFY(h.w().grab().save(out + QStringLiteral("/main-graph-zoomed.png")));
+
+        // A resistor whose resistance falls as it warms: both axes logarithmic, zoomed inside a
+        // decade, where the axes still carry round labels.
+        Harness r;
+        QVERIFY(r.start(InstrumentModel::TAZ));
+        r.files.push_back(write_model_curve(
+            dir.filePath("RESISTOR.TAZ"), InstrumentModel::TAZ, 40,
+            [](int i) { return 60 * std::pow(300 / diode_kelvin(39 - i), 1.3); },
+            [](int i) { return diode_kelvin(39 - i); }));
+        r.w().Command1_Click();
+        r.find<QComboBox>("Combo1")->setCurrentText("Ohms vs. Kelvin");
+        r.w().resize(1200, 720);
+        r.w().show();
+        QVERIFY(QTest::qWaitForWindowExposed(r.window.get()));
+        CurveGraph* log_graph = r.w().graph();
+        QVERIFY(log_graph->spec().x_scale == AxisScale::Logarithmic);
+        log_graph->zoom_to(
+            QRectF(log_graph->position_of(4, 20000), log_graph->position_of(40, 1000)));
+        QTest::qWait(10);
+        QVERIFY(log_graph->grab().save(out + QStringLiteral("/graph-zoomed-log.png")));
+    }
+};
+
+QTEST_MAIN(TestGraphExport)
+#include "test_graph_export.moc"
