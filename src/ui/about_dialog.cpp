@@ -40,8 +40,8 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
         label("labelLicense",
               QStringLiteral("Copyright \u00a9 2026 The Kelvara developers.\n"
                              "Free software under the GNU General Public License, version 3 or "
-                             "(at your option) any later version (GPL-3.0-or-later). It comes "
-                             "with ABSOLUTELY NO WARRANTY."));
+                             "(at your option) any later version. It comes with ABSOLUTELY NO "
+                             "WARRANTY."));
     license->setWordWrap(true);
 
     auto* text = new QVBoxLayout;
@@ -72,7 +72,8 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
     auto* outer = new QVBoxLayout(this);
     outer->addLayout(top);
     outer->addWidget(buttons);
-    setFixedWidth(440);
+    // Wrapped labels: the height follows from the width.
+    setFixedSize(440, heightForWidth(440));
 }
 
 }  // namespace kelvara::ui
