@@ -93,8 +93,14 @@ expect "write --no" "--no-scaling " "$(complete_words "kelvara-cli write --no")"
 step "dpkg -r"
 dpkg -r kelvara
 installed=""
-leftovers=$(ls -d /usr/bin/kelvara* /usr/lib/*/kelvara /usr/share/doc/kelvara \
-  /usr/share/applications/kelvara.desktop 2>/dev/null || true)
-[ -z "$leftovers" ] || fail "left after dpkg -r: $leftovers"
-dpkg -P kelvara >/dev/null
+# Every file of the package and its own folders are gone.
+leftovers=""
+for path in $(dpkg-deb --fsys-tarfile "$deb" | tar -t | grep -v '/$' | sed 's|^\.||') \
+  /usr/lib/*/kelvara /usr/share/doc/kelvara; do
+  [ ! -e "$path" ] || leftovers+=" $path"
+done
+[ -z "$leftovers" ] || fail "left after dpkg -r:$leftovers"
+# Without configuration files nothing of the package stays behind, not even its status.
+expect "status after dpkg -r" "" \
+  "$(dpkg-query -W -f='${db:Status-Status}' kelvara 2>/dev/null | grep -v '^not-installed$' || true)"
 echo "package check passed: $deb"

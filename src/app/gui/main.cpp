@@ -5,6 +5,7 @@
 //                          installed with the program)
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
 #include <QScreen>
 #include <QStringList>
 #include <QTimer>
@@ -55,8 +56,10 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tessaly Kelvara"));
     QApplication::setApplicationVersion(QString::fromLatin1(kelvara::kVersion));
-    // Ties the window to kelvara.desktop (its icon and name in docks and task bars).
+    // Ties the window to kelvara.desktop and its icon (installed in the icon theme by the
+    // package; a build tree has none and keeps the default).
     QGuiApplication::setDesktopFileName(QStringLiteral("kelvara"));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("kelvara")));
     parser.process(app);
 
     kelvara::ui::MainWindowOptions options;
