@@ -28,6 +28,7 @@
 #include "protocol/transfers.h"
 #include "sim/instrument.h"
 #include "sim/sim_transports.h"
+#include "ui/about_dialog.h"
 #include "ui/dialogs.h"
 #include "ui/setup_dialogs.h"
 
@@ -148,6 +149,12 @@ void MainWindow::build_widgets() {
     instrument_menu_->setObjectName(QStringLiteral("menuInstrument"));
     help_menu_ = menu_bar_->addMenu(QStringLiteral("&Help"));
     help_menu_->setObjectName(QStringLiteral("menuHelp"));
+    QAction* about = help_menu_->addAction(QStringLiteral("&About Kelvara"));
+    about->setObjectName(QStringLiteral("actionAbout"));
+    connect(about, &QAction::triggered, this, [this] {
+        AboutDialog dialog(this);
+        show_dialog(dialog);
+    });
     outer->setMenuBar(menu_bar_);
 
     // Left: header fields, point grid, commands.

@@ -3,6 +3,7 @@
 #include <map>
 
 #include "cli_commands.h"
+#include "kelvara_version.h"
 
 namespace kelvara::cli {
 
@@ -17,9 +18,18 @@ std::map<std::string, Entry>& registry() {
 }
 
 void print_help(std::ostream& out) {
-    out << "kelvara-cli: curve files and instrument curves without a window.\n\nUsage:\n";
-    for (const auto& [name, e] : registry()) out << "  kelvara-cli " << e.usage << "\n";
-    out << "\nMessages the window would show go to stderr, one line each.\n"
+    out << "Usage: kelvara-cli COMMAND [OPTION]... [FILE]...\n"
+           "Curve files and instrument curves of Tessaly temperature instruments, without a "
+           "window.\n\nCommands:\n";
+    for (const auto& [name, e] : registry()) out << "  " << e.usage << "\n";
+    out << "\nOptions:\n"
+           "  -h, --help    show this help; after a command, the command's usage\n"
+           "  --version     show the version\n"
+           "  --gpib-library simulated\n"
+           "                the simulated GPIB library installed with kelvara-cli (its model is\n"
+           "                KELVARA_SIM_MODEL, default TAZ; its curves are kept in the file\n"
+           "                KELVARA_SIM_STATE)\n"
+           "\nMessages the window would show go to stderr, one line each.\n"
            "Exit status: 0 success, 1 the operation failed, 2 usage error.\n";
 }
 }  // namespace
@@ -35,6 +45,10 @@ int run(const std::vector<std::string>& argv) {
     }
     if (argv[0] == "--help" || argv[0] == "-h" || argv[0] == "help") {
         print_help(std::cout);
+        return 0;
+    }
+    if (argv[0] == "--version") {
+        std::cout << "kelvara-cli " << kVersion << "\n" << kVersionNotice;
         return 0;
     }
     auto it = registry().find(argv[0]);

@@ -1,14 +1,18 @@
 // kelvara: the window. Options for Linux users:
 //   --simulate             a simulated instrument of the chosen model answers on both buses
 //   --serial PATH          the serial device to use whatever port number is chosen
-//   --gpib-library PATH    the NI-488.2-compatible library to load
+//   --gpib-library PATH    the NI-488.2-compatible library to load ("simulated": the one
+//                          installed with the program)
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
 #include <QScreen>
 #include <QStringList>
 #include <QTimer>
 #include <cstdio>
 
+#include "gpib_library_path.h"
+#include "kelvara_version.h"
 #include "ui/main_window.h"
 
 int main(int argc, char** argv) {
@@ -24,9 +28,12 @@ int main(int argc, char** argv) {
         QStringLiteral("serial"),
         QStringLiteral("Serial device to use for RS-232 (wins over the port number)."),
         QStringLiteral("PATH"));
-    QCommandLineOption gpib(QStringLiteral("gpib-library"),
-                            QStringLiteral("NI-488.2-compatible GPIB library to load."),
-                            QStringLiteral("PATH"));
+    QCommandLineOption gpib(
+        QStringLiteral("gpib-library"),
+        QStringLiteral("NI-488.2-compatible GPIB library to load; \"simulated\" is the "
+                       "simulated instrument library installed with Kelvara (model "
+                       "KELVARA_SIM_MODEL, default TAZ)."),
+        QStringLiteral("PATH"));
     parser.addOptions({simulate, serial, gpib});
 
     // --help and --version are answered before the window system is touched, so they work on a
@@ -42,19 +49,23 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (parser.isSet(QStringLiteral("version"))) {
-        std::puts("kelvara 8.3");
+        std::printf("kelvara %s\n%s", kelvara::kVersion, kelvara::kVersionNotice);
         return 0;
     }
 
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Tessaly Kelvara"));
-    QApplication::setApplicationVersion(QStringLiteral("8.3"));
+    QApplication::setApplicationVersion(QString::fromLatin1(kelvara::kVersion));
+    // Ties the window to kelvara.desktop and its icon (installed in the icon theme by the
+    // package; a build tree has none and keeps the default).
+    QGuiApplication::setDesktopFileName(QStringLiteral("kelvara"));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("kelvara")));
     parser.process(app);
 
     kelvara::ui::MainWindowOptions options;
     options.simulate = parser.isSet(simulate);
     options.serial_device = parser.value(serial).toStdString();
-    options.gpib_library = parser.value(gpib).toStdString();
+    options.gpib_library = kelvara::app::resolve_gpib_library(parser.value(gpib).toStdString());
 
     kelvara::ui::MainWindow window(options);
     // The set-up dialogs centre on the (still hidden) window: put it mid-screen first.

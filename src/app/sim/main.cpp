@@ -16,6 +16,7 @@
 #include <string>
 
 #include "curve/model_profile.h"
+#include "kelvara_version.h"
 #include "sim/instrument.h"
 #include "sim/pty_server.h"
 #include "sim/state_file.h"
@@ -29,14 +30,20 @@ extern "C" void on_signal(int) {
 }
 
 constexpr const char* kUsage =
-    "usage: kelvara-sim --model MODEL [--identity TEXT] [--faults LIST] [--state FILE] "
+    "Usage: kelvara-sim --model MODEL [--identity TEXT] [--faults LIST] [--state FILE] "
     "[--link PATH]\n"
-    "  --model     TAZ, DAL, FEN, GIR, HOX, KOR, LUM, MEP, NAV, OBR, PIX, QUA/RIL, VEM, WUN,\n"
-    "              ZEK, KIP, DUN or ELK\n"
-    "  --identity  reply to the identification query instead of the model's own\n"
-    "  --faults    comma-separated: silent, garbage, split=N, delay=SECONDS, cut=N, busy=N\n"
-    "  --state     file that keeps the user curves across runs\n"
-    "  --link      also make PATH a symbolic link to the device\n"
+    "A simulated Tessaly temperature instrument on a pseudo-terminal.\n"
+    "\n"
+    "Options:\n"
+    "  --model MODEL    TAZ, DAL, FEN, GIR, HOX, KOR, LUM, MEP, NAV, OBR, PIX, QUA/RIL, VEM,\n"
+    "                   WUN, ZEK, KIP, DUN or ELK\n"
+    "  --identity TEXT  reply to the identification query instead of the model's own\n"
+    "  --faults LIST    comma-separated: silent, garbage, split=N, delay=SECONDS, cut=N, busy=N\n"
+    "  --state FILE     file that keeps the user curves across runs\n"
+    "  --link PATH      also make PATH a symbolic link to the device\n"
+    "  -h, --help       show this help\n"
+    "  --version        show the version\n"
+    "\n"
     "Prints the device path on the first line, then serves until interrupted.\n";
 
 }  // namespace
@@ -53,6 +60,9 @@ int main(int argc, char** argv) {
         std::optional<std::string> v;
         if (arg == "--help" || arg == "-h") {
             std::cout << kUsage;
+            return 0;
+        } else if (arg == "--version") {
+            std::cout << "kelvara-sim " << kelvara::kVersion << "\n" << kelvara::kVersionNotice;
             return 0;
         } else if (arg == "--model" && (v = value())) {
             model = kelvara::model_from_designation(*v);
