@@ -37,7 +37,7 @@ class TestInstrumentCommands : public QObject {
         QVERIFY(h.prompts.shown.empty());
         h.files.push_back(tza_file(dir, 5));
         h.w().Command1_Click();
-        sim::Instrument* sim = h.w().simulated(InstrumentModel::TAZ);
+        sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
         QVERIFY(!sim->curve(21));
 
         // No first: the pick dialog stays open; Yes then writes.
@@ -119,7 +119,7 @@ class TestInstrumentCommands : public QObject {
         QCOMPARE(h.prompts.texts(), std::vector<std::string>{"Enter a valid number."});
         QVERIFY(h.w().write_confirmed());
         QCOMPARE(h.w().transfer().scaling_code, 4);
-        QVERIFY(h.w().simulated(InstrumentModel::KIP)->curve(4));
+        QVERIFY(h.sim(InstrumentModel::KIP)->curve(4));
         // The window's curve keeps its unscaled values.
         QCOMPARE(h.w().curve().sensor_units[3], 300.0);
         QCOMPARE(h.text("Text4"), QStringLiteral("300"));
@@ -157,7 +157,7 @@ class TestInstrumentCommands : public QObject {
         QVERIFY(h.script.steps.empty());
         QVERIFY(h.script.unexpected.isEmpty());
         QCOMPARE(h.prompts.texts(), std::vector<std::string>(installs, kCompleted));
-        sim::Instrument* sim = h.w().simulated(InstrumentModel::TAZ);
+        sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
         for (int i = 0; i < 3; ++i) QCOMPARE(sim->curve(21 + i) != nullptr, i < installs);
     }
 
@@ -200,7 +200,7 @@ class TestInstrumentCommands : public QObject {
         QCOMPARE(answered, (QStringList{"instrumentselection", "communication", "pickwritecurve"}));
         QVERIFY(h.w().write_confirmed());
         QVERIFY(h.prompts.shown.empty());
-        QVERIFY(h.w().simulated(InstrumentModel::FEN)->curve(21));
+        QVERIFY(h.sim(InstrumentModel::FEN)->curve(21));
         // The label moved on while the points went out.
         QVERIFY2(progress_labels.size() >= 2, qPrintable(progress_labels.join('|')));
     }
