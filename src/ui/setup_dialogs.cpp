@@ -279,6 +279,13 @@ void CommunicationDialog::show_model_setup() {
     if (!p) return;
     label2_->setText(QString::fromUtf8(p->setup_title.data(), int(p->setup_title.size())));
     if (!p->gpib_allowed) {
+        // GPIB never shows for this model: its adapter rows need no room.
+        for (QWidget* w : std::initializer_list<QWidget*>{label10_, combo4_, label11_, combo5_,
+                                                          label12_, text1_}) {
+            QSizePolicy policy = w->sizePolicy();
+            policy.setRetainSizeWhenHidden(false);
+            w->setSizePolicy(policy);
+        }
         option1_->setEnabled(false);
         option2_->setChecked(true);
         show_rs232_controls();

@@ -110,9 +110,10 @@ struct Harness {
     CurveGraph::PrinterChooser printer;  // answers the print dialog
     std::unique_ptr<ui::MainWindow> window;
 
-    explicit Harness(bool real = false) {
+    // other: transports to use instead of the simulated ones (they must outlive the harness).
+    explicit Harness(bool real = false, TransportFactory* other = nullptr) {
         ui::MainWindowOptions o;
-        o.transports = &transports;
+        o.transports = other ? other : &transports;
         o.prompts = &prompts;
         if (!real) o.clock = &clock;
         if (!real) o.run_dialog = [this](QDialog& d) { return script(d); };
