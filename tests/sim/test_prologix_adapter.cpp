@@ -3,10 +3,12 @@
 // instrument's faults behind it.
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <string>
 #include <vector>
 
 #include "sim/prologix_adapter.h"
+#include "sim/simulated_transports.h"
 
 namespace kelvara::sim {
 namespace {
@@ -88,6 +90,30 @@ TEST(PrologixAdapter, CarriesTheInstrumentsFaults) {
         EXPECT_EQ(out, read);
         EXPECT_EQ(b.instrument.log().size(), heard);
     }
+}
+
+// What --simulate hands the window: the adapters reach the one instrument of the model, on the
+// real clock as the program runs, and waiting for them sleeps instead of spinning.
+TEST(SimulatedTransports, AdaptersReachTheModelsInstrumentWithoutSpinning) {
+    RealClock clock;
+    RecordingPrompts prompts;
+    SimulatedTransports transports;
+    InstrumentLink link(clock, prompts);
+    SetupChoices choices;
+    choices.model = InstrumentModel::FEN;
+    choices.interface = Interface::GPIB;
+    transports.instrument(InstrumentModel::FEN).faults.reply_delay = 0.4;  // a read must wait
+    const std::clock_t cpu = std::clock();
+    for (const auto route : {GpibRoute::UsbAdapter, GpibRoute::EthernetAdapter}) {
+        choices.gpib_route = route;
+        transports.attach(link, choices);
+        link.setup_488(choices);
+        EXPECT_EQ(choices.interface, Interface::GPIB) << int(route);
+    }
+    EXPECT_LT(double(std::clock() - cpu) / CLOCKS_PER_SEC, 0.1);  // of 1.3 s waited
+    EXPECT_TRUE(prompts.texts().empty());
+    EXPECT_EQ(transports.find(InstrumentModel::FEN)->log(), std::vector<std::string>(2, "*IDN?"));
+    EXPECT_EQ(transports.find(InstrumentModel::TAZ), nullptr);
 }
 
 }  // namespace
