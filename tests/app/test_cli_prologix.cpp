@@ -142,8 +142,6 @@ TEST(CliPrologix, IdentifiesOrNamesTheAdapterThatCouldNotBeUsed) {
          ildev + "kelvara-cli identify: GPIB adapter /nonexistent/ttyUSB0: No such file or "
                  "directory\n"},
         // The adapter answers, the instrument behind it does not: an empty reply after 10 s.
-        {"--model ELK --faults silent --prologix", "--model ELK --gpib 12 --prologix {dev}", 1,
-         "Improper ping response from instrument. Continuing to work offline.\n"},
         {"--model TAZ --faults silent --prologix-tcp 0",
          "--model TAZ --gpib 9 --prologix-host {dev}", 1,
          "Wrong model number received from instrument. Continuing to work offline.\n"},
