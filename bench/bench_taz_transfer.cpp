@@ -158,13 +158,12 @@ int main(int argc, char** argv) {
     if (mode == "--gpib-library") {
         TallyClock clock({});
         const std::string path = argv[2];
-        ok = within_budget(
-            run("GPIB library", clock, [&](InstrumentLink& l, SetupChoices& c) {
-                std::string error;
-                l.set_gpib_driver(load_gpib_library(path, &error));
-                if (!error.empty()) std::fprintf(stderr, "%s\n", error.c_str());
-                l.setup_488(c);
-            }));
+        ok = within_budget(run("GPIB library", clock, [&](InstrumentLink& l, SetupChoices& c) {
+            std::string error;
+            l.set_gpib_driver(load_gpib_library(path, &error));
+            if (!error.empty()) std::fprintf(stderr, "%s\n", error.c_str());
+            l.setup_488(c);
+        }));
     } else if (mode == "--serial" || mode == "--prologix" || mode == "--prologix-host") {
 #ifdef KELVARA_HAVE_QT_SERIAL
         int qt_argc = 1;
@@ -173,8 +172,8 @@ int main(int argc, char** argv) {
         const std::string target = argv[2];
         RealTransports transports;
         const char* title = mode == "--serial"     ? "kelvara-sim over a pty"
-                            : mode == "--prologix" ? "GPIB through a USB adapter"
-                                                   : "GPIB through an Ethernet adapter";
+                            : mode == "--prologix" ? "GPIB adapter, USB (pty)"
+                                                   : "GPIB adapter, Ethernet (TCP)";
         ok = within_budget(run(title, clock, [&](InstrumentLink& l, SetupChoices& c) {
             if (mode == "--serial") {
                 l.set_serial_port(std::make_unique<QtSerialPort>());
@@ -183,7 +182,8 @@ int main(int argc, char** argv) {
                 return;
             }
             c.interface = Interface::GPIB;
-            c.gpib_route = mode == "--prologix" ? GpibRoute::UsbAdapter : GpibRoute::EthernetAdapter;
+            c.gpib_route =
+                mode == "--prologix" ? GpibRoute::UsbAdapter : GpibRoute::EthernetAdapter;
             (mode == "--prologix" ? c.adapter_device : c.adapter_host) = target;
             transports.attach(l, c);
             l.setup_488(c);
