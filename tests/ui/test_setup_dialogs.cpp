@@ -145,7 +145,7 @@ class TestSetupDialogs : public QObject {
         QCOMPARE(int(c.gpib_route), route_chosen);
         QCOMPARE(c.adapter_port, 3);
         QCOMPARE(c.adapter_host, std::string("lab-gpib:1235"));
-        QCOMPARE(c.gpib_address, 12);  // the Parts' controls keep their defaults
+        QCOMPARE(c.gpib_address, 12);  // the address list keeps its default
         // Shown again in the same run, the dialog offers the same adapter.
         auto again = communication(c);
         QCOMPARE(child<QComboBox>(*again, "Combo4")->currentIndex(), route_chosen);
