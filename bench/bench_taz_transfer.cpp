@@ -2,8 +2,11 @@
 // reports how long each transfer took against the sum of the pauses it made. What is left over
 // is our own cost: building lines, the link, the transport and the simulator's replies.
 //
-//   bench_taz_transfer                  in-process simulator over GPIB and over RS-232
-//   bench_taz_transfer --serial DEVICE  a kelvara-sim pseudo-terminal through the serial port
+//   bench_taz_transfer                          in-process simulator over GPIB and over RS-232
+//   bench_taz_transfer --serial DEVICE          a kelvara-sim pseudo-terminal, serial port
+//   bench_taz_transfer --gpib-library PATH      GPIB through a library (the simulator's)
+//   bench_taz_transfer --prologix DEVICE        GPIB through a kelvara-sim USB adapter
+//   bench_taz_transfer --prologix-host H:PORT   GPIB through a kelvara-sim Ethernet adapter
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -23,6 +26,7 @@
 #include <QCoreApplication>
 
 #include "link/qt/qt_serial_port.h"
+#include "link/qt/real_transports.h"
 #endif
 
 namespace {
@@ -150,18 +154,42 @@ bool within_budget(const Result& r) {
 
 int main(int argc, char** argv) {
     bool ok = true;
-    if (argc == 3 && std::strcmp(argv[1], "--serial") == 0) {
+    const std::string mode = argc == 3 ? argv[1] : "";
+    if (mode == "--gpib-library") {
+        TallyClock clock({});
+        const std::string path = argv[2];
+        ok = within_budget(run("GPIB library", clock, [&](InstrumentLink& l, SetupChoices& c) {
+            std::string error;
+            l.set_gpib_driver(load_gpib_library(path, &error));
+            if (!error.empty()) std::fprintf(stderr, "%s\n", error.c_str());
+            l.setup_488(c);
+        }));
+    } else if (mode == "--serial" || mode == "--prologix" || mode == "--prologix-host") {
 #ifdef KELVARA_HAVE_QT_SERIAL
         int qt_argc = 1;
         QCoreApplication app(qt_argc, argv);
         TallyClock clock([] { QCoreApplication::processEvents(); });
-        const std::string device = argv[2];
-        ok = within_budget(
-            run("kelvara-sim over a pty", clock, [&](InstrumentLink& l, SetupChoices& c) {
+        const std::string target = argv[2];
+        RealTransports transports;
+        const char* title = mode == "--serial"     ? "kelvara-sim over a pty"
+                            : mode == "--prologix" ? "GPIB adapter, USB (pty)"
+                                                   : "GPIB adapter, Ethernet (TCP)";
+        ok = within_budget(run(title, clock, [&](InstrumentLink& l, SetupChoices& c) {
+            if (mode == "--serial") {
                 l.set_serial_port(std::make_unique<QtSerialPort>());
-                c.serial_device = device;
+                c.serial_device = target;
                 l.setup_rs232(c);
-            }));
+                return;
+            }
+            c.interface = Interface::GPIB;
+            c.gpib_route =
+                mode == "--prologix" ? GpibRoute::UsbAdapter : GpibRoute::EthernetAdapter;
+            (mode == "--prologix" ? c.adapter_device : c.adapter_host) = target;
+            transports.attach(l, c);
+            l.setup_488(c);
+            if (!transports.failure().empty())
+                std::fprintf(stderr, "%s\n", transports.failure().c_str());
+        }));
 #else
         std::fprintf(stderr, "built without the Qt serial port\n");
         return 2;
@@ -187,7 +215,9 @@ int main(int argc, char** argv) {
                  ok;
         }
     } else {
-        std::fprintf(stderr, "usage: bench_taz_transfer [--serial DEVICE]\n");
+        std::fprintf(stderr,
+                     "usage: bench_taz_transfer [--serial DEVICE | --gpib-library PATH |\n"
+                     "                           --prologix DEVICE | --prologix-host HOST:PORT]\n");
         return 2;
     }
     std::printf("overhead beyond the pauses %s 2 %%\n", ok ? "under" : "NOT under");

@@ -10,6 +10,10 @@ namespace kelvara {
 
 enum class Interface : int { GPIB = 0, RS232 = 1, None = 2 };
 
+// How GPIB is reached: the driver library, or a Prologix-compatible adapter on a serial device
+// (USB) or on the network.
+enum class GpibRoute : int { Library = 0, UsbAdapter = 1, EthernetAdapter = 2 };
+
 struct SetupChoices {
     InstrumentModel model = InstrumentModel::DAL;
     Interface interface = Interface::None;
@@ -22,6 +26,14 @@ struct SetupChoices {
     // and a GPIB library path that wins over the default search.
     std::string serial_device;
     std::string gpib_library;
+
+    // GPIB through an adapter: the USB adapter is the adapter_port-th serial device (numbered as
+    // serial_port) unless adapter_device names one; the Ethernet adapter is "HOST" or
+    // "HOST:PORT" (port 1234 when not given).
+    GpibRoute gpib_route = GpibRoute::Library;
+    int adapter_port = 1;  // 1..16
+    std::string adapter_device;
+    std::string adapter_host;
 };
 
 }  // namespace kelvara

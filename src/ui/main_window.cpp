@@ -24,10 +24,8 @@
 #include "edit/curve_adjustment.h"
 #include "edit/point_grid.h"
 #include "edit/point_insert_delete.h"
-#include "link/qt/qt_serial_port.h"
+#include "link/qt/real_transports.h"
 #include "protocol/transfers.h"
-#include "sim/instrument.h"
-#include "sim/sim_transports.h"
 #include "ui/about_dialog.h"
 #include "ui/dialogs.h"
 #include "ui/setup_dialogs.h"
@@ -104,23 +102,22 @@ MainWindow::MainWindow(MainWindowOptions options, QWidget* parent)
     if (!options_.choose_file) options_.choose_file = platform_file_dialog;
     if (!options_.choose_printer) options_.choose_printer = CurveGraph::ask_with_print_dialog;
     if (!options_.device_for_port) {
-        // Show the device each port number really reaches: a forced path or the simulator wins.
-        const std::string forced =
-            options_.simulate ? std::string("simulated") : options_.serial_device;
-        options_.device_for_port = [forced](int port) {
+        // Show the device each port number really reaches: a forced path wins.
+        options_.device_for_port = [forced = options_.serial_device](int port) {
             return forced.empty() ? serial_device_for_port(port) : forced;
         };
+    }
+    if (options_.transports) {
+        transports_ = options_.transports;
+    } else {
+        own_transports_ = std::make_unique<RealTransports>();
+        transports_ = own_transports_.get();
     }
     link_ = std::make_unique<InstrumentLink>(*clock_, *prompts_);
     build_widgets();
 }
 
 MainWindow::~MainWindow() = default;
-
-sim::Instrument* MainWindow::simulated(InstrumentModel model) const {
-    auto it = simulated_.find(model);
-    return it == simulated_.end() ? nullptr : it->second.get();
-}
 
 int MainWindow::show_dialog(QDialog& dialog) {
     return options_.run_dialog ? options_.run_dialog(dialog) : dialog.exec();
@@ -545,23 +542,16 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 
 void MainWindow::open_link(SetupChoices& choices) {
     choices.serial_device = options_.serial_device;
+    choices.adapter_device = options_.serial_device;
     choices.gpib_library = options_.gpib_library;
-    if (options_.simulate) {
-        auto& instrument = simulated_[choices.model];
-        if (!instrument) instrument = std::make_unique<sim::Instrument>(choices.model);
-        if (choices.interface == Interface::GPIB)
-            link_->set_gpib_driver(std::make_unique<sim::SimGpibDriver>(*instrument, *clock_));
-        else
-            link_->set_serial_port(std::make_unique<sim::SimSerialPort>(*instrument, *clock_));
-    } else if (choices.interface == Interface::GPIB) {
-        link_->set_gpib_driver(load_gpib_library(choices.gpib_library));
-    } else {
-        link_->set_serial_port(std::make_unique<QtSerialPort>());
-    }
+    transports_->attach(*link_, choices);
     if (choices.interface == Interface::GPIB)
         link_->setup_488(choices);
     else
         link_->setup_rs232(choices);
+    // The link's own message does not say which adapter could not be reached.
+    if (choices.interface == Interface::None)
+        if (const std::string why = transports_->failure(); !why.empty()) prompts_->message(why);
 }
 
 // ---- views ------------------------------------------------------------------------------------

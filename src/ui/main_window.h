@@ -15,6 +15,7 @@
 #include "graph/curve_graph.h"
 #include "link/instrument_link.h"
 #include "link/setup_choices.h"
+#include "link/transport_factory.h"
 #include "protocol/session.h"
 #include "ui/qt_ports.h"
 
@@ -26,10 +27,6 @@ class QMenu;
 class QMenuBar;
 class QPushButton;
 class QScrollBar;
-
-namespace kelvara::sim {
-class Instrument;
-}
 
 namespace kelvara::ui {
 
@@ -43,8 +40,11 @@ using FileChooser =
 QString qt_file_filter(const std::string& pairs);
 
 struct MainWindowOptions {
-    bool simulate = false;      // an in-process simulated instrument answers on both buses
-    std::string serial_device;  // a serial device path that wins over the port number
+    // How links reach the instrument, handed in by the program's start (the real GPIB library,
+    // serial port and adapters, or the simulator's); null: the real ones. Not owned.
+    TransportFactory* transports = nullptr;
+    std::string serial_device;  // a serial device path that wins over the port number (RS-232 and
+                                // the USB adapter)
     std::string gpib_library;   // the GPIB library to load instead of the default search
     // Seams for tests; empty/null ones get the real thing.
     Clock* clock = nullptr;
@@ -88,7 +88,6 @@ class MainWindow : public QWidget, private Views {
     bool write_confirmed() const { return write_confirmed_; }
     const TransferState& transfer() const { return transfer_; }
     CurveGraph* graph() const { return graph_; }
-    sim::Instrument* simulated(InstrumentModel model) const;
     InstrumentLink& link() { return *link_; }
 
   signals:
@@ -132,8 +131,8 @@ class MainWindow : public QWidget, private Views {
     Clock* clock_;
     Prompts* prompts_;
     QtScalingDialog scaling_dialog_;
-    // The simulated instruments outlive the link whose transports talk to them.
-    std::map<InstrumentModel, std::unique_ptr<sim::Instrument>> simulated_;
+    std::unique_ptr<TransportFactory> own_transports_;
+    TransportFactory* transports_;
     std::unique_ptr<InstrumentLink> link_;
 
     SetupChoices setup_;

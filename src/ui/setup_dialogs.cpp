@@ -7,9 +7,11 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <utility>
 
 #include "curve/model_profile.h"
@@ -157,25 +159,42 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
     label4_->setMinimumWidth(330);
     line2_ = make_line(QStringLiteral("Line2"), this);
     label7_ = named(new QLabel(QStringLiteral("WORK OFFLINE FROM INSTRUMENT"), this), "Label7");
+    label10_ = named(new QLabel(QStringLiteral("GPIB THROUGH"), this), "Label10");
+    combo4_ = named(new QComboBox(this), "Combo4");
+    combo4_->addItems({QStringLiteral("GPIB library"), QStringLiteral("USB adapter"),
+                       QStringLiteral("Ethernet adapter")});
+    label11_ = named(new QLabel(QStringLiteral("ADAPTER PORT NUMBER"), this), "Label11");
+    combo5_ = named(new QComboBox(this), "Combo5");
+    label12_ = named(new QLabel(QStringLiteral("ADAPTER HOST"), this), "Label12");
+    text1_ = named(new QLineEdit(this), "Text1");
+    text1_->setPlaceholderText(QStringLiteral("host or host:port"));
 
-    // The frame holds the options and, on each option's row, the controls joined to it.
+    // The frame holds the options and, on each option's row, the controls joined to it; the
+    // GPIB option's rows go on with the way GPIB is reached.
     auto* grid = new QGridLayout(frame1);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->addWidget(option1_, 0, 0);
-    grid->addWidget(option2_, 1, 0);
-    grid->addWidget(option3_, 3, 0);
+    grid->addWidget(option2_, 3, 0);
+    grid->addWidget(option3_, 5, 0);
     grid->addWidget(line3_, 0, 1);
     grid->addWidget(label3_, 0, 2);
     grid->addWidget(combo2_, 0, 3);
-    grid->addWidget(line4_, 1, 1);
-    grid->addWidget(label6_, 1, 2);
-    grid->addWidget(combo3_, 1, 3);
-    grid->addWidget(line5_, 2, 1);
-    grid->addWidget(label4_, 2, 2, 1, 2);
-    grid->addWidget(line2_, 3, 1);
-    grid->addWidget(label7_, 3, 2, 1, 2);
-    for (QWidget* w : std::initializer_list<QWidget*>{line3_, label3_, combo2_, line4_, label6_,
-                                                      combo3_, line5_, label4_, line2_, label7_})
+    grid->addWidget(label10_, 1, 2);
+    grid->addWidget(combo4_, 1, 3);
+    grid->addWidget(label11_, 2, 2);
+    grid->addWidget(combo5_, 2, 3);
+    grid->addWidget(label12_, 2, 2);  // shares the row: one of the two adapters at a time
+    grid->addWidget(text1_, 2, 3);
+    grid->addWidget(line4_, 3, 1);
+    grid->addWidget(label6_, 3, 2);
+    grid->addWidget(combo3_, 3, 3);
+    grid->addWidget(line5_, 4, 1);
+    grid->addWidget(label4_, 4, 2, 1, 2);
+    grid->addWidget(line2_, 5, 1);
+    grid->addWidget(label7_, 5, 2, 1, 2);
+    for (QWidget* w : std::initializer_list<QWidget*>{
+             line3_, label3_, combo2_, line4_, label6_, combo3_, line5_, label4_, line2_, label7_,
+             label10_, combo4_, label11_, combo5_, label12_, text1_})
         keep_place(w);
     grid->setColumnStretch(2, 1);
     layout->addWidget(frame1);
@@ -226,6 +245,8 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
     });
     connect(option4_, &QRadioButton::toggled, this,
             &CommunicationDialog::show_installation_description);
+    connect(combo4_, &QComboBox::currentIndexChanged, this,
+            [this] { show_gpib_route_controls(option1_->isChecked()); });
     connect(cont, &QPushButton::clicked, this, &CommunicationDialog::continue_clicked);
     connect(quit, &QPushButton::clicked, this, &QDialog::reject);
 
@@ -237,8 +258,14 @@ CommunicationDialog::CommunicationDialog(SetupChoices& choices,
         std::string device = device_for_port ? device_for_port(i) : std::string();
         if (!device.empty()) entry += QStringLiteral("  (%1)").arg(QString::fromStdString(device));
         combo3_->addItem(entry);
+        combo5_->addItem(entry);
     }
     combo3_->setCurrentIndex(0);
+    // The adapter choices of an earlier showing in this run come back, so that a change of
+    // instrument does not mean typing the host again.
+    combo4_->setCurrentIndex(static_cast<int>(choices_.gpib_route));
+    combo5_->setCurrentIndex(std::clamp(choices_.adapter_port, 1, 16) - 1);
+    text1_->setText(QString::fromStdString(choices_.adapter_host));
     show_model_setup();
     line1_->show();
     label8_->show();
@@ -252,6 +279,13 @@ void CommunicationDialog::show_model_setup() {
     if (!p) return;
     label2_->setText(QString::fromUtf8(p->setup_title.data(), int(p->setup_title.size())));
     if (!p->gpib_allowed) {
+        // GPIB never shows for this model: its adapter rows need no room.
+        for (QWidget* w : std::initializer_list<QWidget*>{label10_, combo4_, label11_, combo5_,
+                                                          label12_, text1_}) {
+            QSizePolicy policy = w->sizePolicy();
+            policy.setRetainSizeWhenHidden(false);
+            w->setSizePolicy(policy);
+        }
         option1_->setEnabled(false);
         option2_->setChecked(true);
         show_rs232_controls();
@@ -268,6 +302,7 @@ void CommunicationDialog::show_gpib_controls() {
     for (QWidget* w : std::initializer_list<QWidget*>{line4_, line5_, label6_, combo3_, label4_,
                                                       line2_, label7_})
         w->hide();
+    show_gpib_route_controls(true);
     frame2_->show();
     label5_->show();
     show_installation_description();
@@ -278,6 +313,7 @@ void CommunicationDialog::show_rs232_controls() {
         w->show();
     for (QWidget* w : std::initializer_list<QWidget*>{line3_, label3_, combo2_, line2_, label7_})
         w->hide();
+    show_gpib_route_controls(false);
     frame2_->show();
     label5_->show();
     show_installation_description();
@@ -289,6 +325,17 @@ void CommunicationDialog::show_offline_controls() {
                                                       label6_, combo3_, label4_, frame2_, label5_,
                                                       line1_, label8_, line8_, label9_})
         w->hide();
+    show_gpib_route_controls(false);
+}
+
+void CommunicationDialog::show_gpib_route_controls(bool gpib) {
+    const auto route = static_cast<GpibRoute>(combo4_->currentIndex());
+    label10_->setVisible(gpib);
+    combo4_->setVisible(gpib);
+    label11_->setVisible(gpib && route == GpibRoute::UsbAdapter);
+    combo5_->setVisible(gpib && route == GpibRoute::UsbAdapter);
+    label12_->setVisible(gpib && route == GpibRoute::EthernetAdapter);
+    text1_->setVisible(gpib && route == GpibRoute::EthernetAdapter);
 }
 
 void CommunicationDialog::show_installation_description() {
@@ -310,6 +357,9 @@ void CommunicationDialog::continue_clicked() {
         choices_.interface = Interface::None;
     choices_.gpib_address = combo2_->currentIndex() + 1;
     choices_.serial_port = combo3_->currentIndex() + 1;
+    choices_.gpib_route = static_cast<GpibRoute>(combo4_->currentIndex());
+    choices_.adapter_port = combo5_->currentIndex() + 1;
+    choices_.adapter_host = text1_->text().trimmed().toStdString();
     choices_.simple_installation = option4_->isChecked();
     if (choices_.interface != Interface::None && open_link_) {
         QApplication::setOverrideCursor(Qt::WaitCursor);

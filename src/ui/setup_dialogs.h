@@ -13,6 +13,7 @@
 class QComboBox;
 class QFrame;
 class QLabel;
+class QLineEdit;
 class QPushButton;
 class QRadioButton;
 
@@ -62,6 +63,7 @@ class CommunicationDialog : public SetupDialog {
 
   private:
     void show_installation_description();
+    void show_gpib_route_controls(bool gpib);
     void continue_clicked();
 
     std::function<void(SetupChoices&)> open_link_;
@@ -69,6 +71,12 @@ class CommunicationDialog : public SetupDialog {
     QRadioButton *option1_, *option2_, *option3_, *option4_, *option5_;
     QComboBox *combo2_, *combo3_;
     QFrame *frame2_, *line1_, *line2_, *line3_, *line4_, *line5_, *line8_;
+    // Our additions for GPIB adapters, shown with the GPIB choice: the "GPIB through" list
+    // (Label10, Combo4), the USB adapter's serial port (Label11, Combo5) and the Ethernet
+    // adapter's host (Label12, Text1).
+    QLabel *label10_, *label11_, *label12_;
+    QComboBox *combo4_, *combo5_;
+    QLineEdit* text1_;
 };
 
 class RepeatChoiceDialog : public SetupDialog {

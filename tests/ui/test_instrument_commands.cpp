@@ -5,7 +5,10 @@
 #include <QElapsedTimer>
 #include <QProgressBar>
 #include <QtTest>
+#include <thread>
 
+#include "link/qt/real_transports.h"
+#include "sim/adapter_server.h"
 #include "sim/instrument.h"
 #include "ui_script.h"
 
@@ -37,7 +40,7 @@ class TestInstrumentCommands : public QObject {
         QVERIFY(h.prompts.shown.empty());
         h.files.push_back(tza_file(dir, 5));
         h.w().Command1_Click();
-        sim::Instrument* sim = h.w().simulated(InstrumentModel::TAZ);
+        sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
         QVERIFY(!sim->curve(21));
 
         // No first: the pick dialog stays open; Yes then writes.
@@ -119,7 +122,7 @@ class TestInstrumentCommands : public QObject {
         QCOMPARE(h.prompts.texts(), std::vector<std::string>{"Enter a valid number."});
         QVERIFY(h.w().write_confirmed());
         QCOMPARE(h.w().transfer().scaling_code, 4);
-        QVERIFY(h.w().simulated(InstrumentModel::KIP)->curve(4));
+        QVERIFY(h.sim(InstrumentModel::KIP)->curve(4));
         // The window's curve keeps its unscaled values.
         QCOMPARE(h.w().curve().sensor_units[3], 300.0);
         QCOMPARE(h.text("Text4"), QStringLiteral("300"));
@@ -157,8 +160,76 @@ class TestInstrumentCommands : public QObject {
         QVERIFY(h.script.steps.empty());
         QVERIFY(h.script.unexpected.isEmpty());
         QCOMPARE(h.prompts.texts(), std::vector<std::string>(installs, kCompleted));
-        sim::Instrument* sim = h.w().simulated(InstrumentModel::TAZ);
+        sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
         for (int i = 0; i < 3; ++i) QCOMPARE(sim->curve(21 + i) != nullptr, i < installs);
+    }
+
+    // GPIB through an Ethernet adapter chosen in the communication dialog: the real transports
+    // reach the simulated adapter over TCP; a curve goes out and comes back.
+    void through_an_ethernet_adapter() {
+        RealClock server_clock;
+        sim::Instrument instrument(InstrumentModel::TAZ);
+        sim::PrologixAdapter adapter(instrument, server_clock,
+                                     sim::PrologixAdapter::kEthernetVersion);
+        sim::AdapterServer server(adapter, server_clock);
+        QVERIFY(server.listen_tcp(0));
+        std::thread serving([&] { server.serve(); });
+        RealTransports real;
+        {
+            Harness h(false, &real);
+            h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
+                .expect("communication",
+                        [&](QDialog& d) {
+                            child<QComboBox>(d, "Combo4")->setCurrentIndex(2);
+                            child<QLineEdit>(d, "Text1")
+                                ->setText(QString::fromStdString(server.address()));
+                            return choose_interface(1, false)(d);
+                        })
+                .expect("wait", run_timed());
+            QVERIFY(h.w().Form_Load());
+            QCOMPARE(h.w().link().interface(), Interface::GPIB);
+            QCOMPARE(h.w().setup().gpib_route, GpibRoute::EthernetAdapter);
+            QVERIFY(h.prompts.shown.empty());
+            h.files.push_back(tza_file(dir, 3, "VIA-LAN"));
+            h.w().Command1_Click();
+            h.prompts.answers = {true};
+            h.script.expect("pickwritecurve", pick(0)).expect("writecurve", run_timed());
+            h.w().Command4_Click();
+            h.files.push_back(tza_file(dir, 2, "OTHER"));
+            h.w().Command1_Click();
+            const auto& reads = h.w().pick_lists().read.entries;
+            const auto at =
+                std::find(reads.begin(), reads.end(), h.w().pick_lists().write.entries[0]);
+            h.script.expect("pickreadcurve", pick(int(at - reads.begin())))
+                .expect("readcurve", run_timed());
+            h.w().Command3_Click();
+            QCOMPARE(h.w().curve().breakpoint_count, 3);
+            QCOMPARE(h.text("Text31"), QStringLiteral("VIA-LAN"));
+            QVERIFY(h.prompts.shown.empty());
+            QVERIFY(h.script.unexpected.isEmpty());
+        }
+        server.stop();
+        serving.join();
+        QVERIFY(instrument.curve(21));
+        QCOMPARE(instrument.curve(21)->points.size(), std::size_t(3));
+    }
+
+    // An adapter that cannot be reached: the link's message, then which adapter and why.
+    void unreachable_adapter_is_named() {
+        RealTransports real;
+        Harness h(false, &real);
+        h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
+            .expect("communication", [](QDialog& d) {
+                child<QComboBox>(d, "Combo4")->setCurrentIndex(2);
+                child<QLineEdit>(d, "Text1")->setText(QStringLiteral("127.0.0.1:1"));
+                return choose_interface(1, false)(d);
+            });
+        QVERIFY(h.w().Form_Load());
+        QCOMPARE(h.w().setup().interface, Interface::None);
+        QCOMPARE(h.prompts.texts(),
+                 (std::vector<std::string>{
+                     "Problem talking to instrument (ildev). Continuing to work offline.",
+                     "GPIB adapter 127.0.0.1:1: Connection refused"}));
     }
 
     // The program as it runs: real modal loops, the wait and progress dialogs' own timers and the
@@ -200,7 +271,7 @@ class TestInstrumentCommands : public QObject {
         QCOMPARE(answered, (QStringList{"instrumentselection", "communication", "pickwritecurve"}));
         QVERIFY(h.w().write_confirmed());
         QVERIFY(h.prompts.shown.empty());
-        QVERIFY(h.w().simulated(InstrumentModel::FEN)->curve(21));
+        QVERIFY(h.sim(InstrumentModel::FEN)->curve(21));
         // The label moved on while the points went out.
         QVERIFY2(progress_labels.size() >= 2, qPrintable(progress_labels.join('|')));
     }

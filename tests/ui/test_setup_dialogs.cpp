@@ -104,6 +104,55 @@ class TestSetupDialogs : public QObject {
         QCOMPARE(links_opened, 1);
     }
 
+    // Our addition: with GPIB chosen, "GPIB through" offers the library (the default) or an
+    // adapter, each with its own control; RS-232 and offline hide them all.
+    void gpib_through_data() {
+        QTest::addColumn<int>("interface");  // the option clicked last: 1 GPIB, 2 RS-232, 3 offline
+        QTest::addColumn<int>("route");      // Combo4's entry
+        QTest::addColumn<QString>("visible");
+        QTest::addColumn<int>("route_chosen");
+        QTest::newRow("library") << 1 << 0 << "Label10 Combo4" << 0;
+        QTest::newRow("USB adapter") << 1 << 1 << "Label10 Combo4 Label11 Combo5" << 1;
+        QTest::newRow("Ethernet adapter") << 1 << 2 << "Label10 Combo4 Label12 Text1" << 2;
+        QTest::newRow("RS-232 hides them") << 2 << 2 << "" << 2;
+        QTest::newRow("offline hides them") << 3 << 1 << "" << 1;
+    }
+    void gpib_through() {
+        QFETCH(int, interface);
+        QFETCH(int, route);
+        QFETCH(QString, visible);
+        QFETCH(int, route_chosen);
+        SetupChoices c;
+        c.model = InstrumentModel::TAZ;
+        auto d = communication(c);
+        auto* through = child<QComboBox>(*d, "Combo4");
+        QCOMPARE(through->currentIndex(), 0);
+        QStringList entries;
+        for (int i = 0; i < through->count(); ++i) entries << through->itemText(i);
+        QCOMPARE(entries, (QStringList{"GPIB library", "USB adapter", "Ethernet adapter"}));
+        through->setCurrentIndex(route);
+        check_option(*d, interface);
+        for (const char* name : {"Label10", "Combo4", "Label11", "Combo5", "Label12", "Text1"})
+            QVERIFY2(shown(*d, name) == visible.split(' ').contains(QLatin1String(name)), name);
+        check_fits(*d, QStringLiteral("communication-") + QTest::currentDataTag());
+        // The USB adapter's list is numbered as the RS-232 one, with the device shown.
+        auto* ports = child<QComboBox>(*d, "Combo5");
+        QCOMPARE(ports->count(), 16);
+        QCOMPARE(ports->itemText(2), QStringLiteral("3  (/dev/ttyS2)"));
+        ports->setCurrentIndex(2);
+        child<QLineEdit>(*d, "Text1")->setText(QStringLiteral(" lab-gpib:1235 "));
+        click(*d, "Command1");
+        QCOMPARE(int(c.gpib_route), route_chosen);
+        QCOMPARE(c.adapter_port, 3);
+        QCOMPARE(c.adapter_host, std::string("lab-gpib:1235"));
+        QCOMPARE(c.gpib_address, 12);  // the address list keeps its default
+        // Shown again in the same run, the dialog offers the same adapter.
+        auto again = communication(c);
+        QCOMPARE(child<QComboBox>(*again, "Combo4")->currentIndex(), route_chosen);
+        QCOMPARE(child<QComboBox>(*again, "Combo5")->currentIndex(), 2);
+        QCOMPARE(child<QLineEdit>(*again, "Text1")->text(), QStringLiteral("lab-gpib:1235"));
+    }
+
     void offline_hides_everything_and_opens_no_link() {
         SetupChoices c;
         c.model = InstrumentModel::KIP;

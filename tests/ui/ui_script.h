@@ -17,6 +17,7 @@
 
 #include "curve/files.h"
 #include "link/clock.h"
+#include "sim/simulated_transports.h"
 #include "ui/main_window.h"
 
 namespace kelvara::test {
@@ -97,9 +98,10 @@ inline Step choose_model(InstrumentModel model) {
     };
 }
 
-// A window with a virtual clock, recording prompts, a simulated instrument, the dialog script
+// A window with a virtual clock, recording prompts, the simulated instruments, the dialog script
 // and a scripted file chooser; a real one runs its own modal loops on the real clock.
 struct Harness {
+    sim::SimulatedTransports transports;  // outlives the window, whose link talks to them
     VirtualClock clock;
     RecordingPrompts prompts;
     DialogScript script;
@@ -108,9 +110,10 @@ struct Harness {
     CurveGraph::PrinterChooser printer;  // answers the print dialog
     std::unique_ptr<ui::MainWindow> window;
 
-    explicit Harness(bool real = false) {
+    // other: transports to use instead of the simulated ones (they must outlive the harness).
+    explicit Harness(bool real = false, TransportFactory* other = nullptr) {
         ui::MainWindowOptions o;
-        o.simulate = true;
+        o.transports = other ? other : &transports;
         o.prompts = &prompts;
         if (!real) o.clock = &clock;
         if (!real) o.run_dialog = [this](QDialog& d) { return script(d); };
@@ -137,6 +140,8 @@ struct Harness {
     }
 
     ui::MainWindow& w() { return *window; }
+    // The model's simulated instrument, once a link to it was opened.
+    sim::Instrument* sim(InstrumentModel model) { return transports.find(model); }
     template <class W = QWidget>
     W* find(const char* name) {
         return child<W>(*window, name);

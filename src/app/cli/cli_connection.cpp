@@ -41,7 +41,7 @@ void ensure_qt_application() {
 std::optional<std::string> parse_connection_options(Args& args, ConnectionOptions& out) {
     ConnectionOptions o;
     if (auto error = take_model_option(args, o.model)) return error;
-    bool have_library = false;
+    int gpib_ways = 0;  // --gpib-library, --prologix, --prologix-host
     int buses = 0;
     Args rest;
     for (std::size_t i = 0; i < args.size(); ++i) {
@@ -52,7 +52,8 @@ std::optional<std::string> parse_connection_options(Args& args, ConnectionOption
             option.resize(eq);
         }
         const bool takes_value = option == "--serial" || option == "--port" || option == "--gpib" ||
-                                 option == "--gpib-library";
+                                 option == "--gpib-library" || option == "--prologix" ||
+                                 option == "--prologix-host";
         if (option == "--simulate" && !value) {
             o.simulate = true;
             ++buses;
@@ -85,16 +86,22 @@ std::optional<std::string> parse_connection_options(Args& args, ConnectionOption
             o.gpib_address = *n;
             o.interface = Interface::GPIB;
             ++buses;
-        } else {
+        } else if (option == "--gpib-library") {
             if (value->empty()) return std::string("--gpib-library needs a path");
             o.gpib_library = *value;
-            have_library = true;
+            ++gpib_ways;
+        } else {
+            if (value->empty()) return option + " needs a value";
+            (option == "--prologix" ? o.prologix_device : o.prologix_host) = *value;
+            ++gpib_ways;
         }
     }
     if (buses != 1)
         return std::string("choose exactly one of --serial, --port, --gpib and --simulate");
-    if (have_library && o.interface != Interface::GPIB)
-        return std::string("--gpib-library goes with --gpib");
+    if (gpib_ways > 0 && o.interface != Interface::GPIB)
+        return std::string("--gpib-library, --prologix and --prologix-host go with --gpib");
+    if (gpib_ways > 1)
+        return std::string("choose one of --gpib-library, --prologix and --prologix-host");
     if (o.simulate)
         o.interface = profile(o.model).gpib_allowed ? Interface::GPIB : Interface::RS232;
     args = std::move(rest);
@@ -110,10 +117,16 @@ Connection::Connection(const ConnectionOptions& options, Prompts& prompts)
     if (options.serial_port > 0) setup_.serial_port = options.serial_port;
     setup_.serial_device = options.serial_device;
     setup_.gpib_library = options.gpib_library;
+    setup_.adapter_device = options.prologix_device;
+    setup_.adapter_host = options.prologix_host;
+    if (!options.prologix_device.empty()) setup_.gpib_route = GpibRoute::UsbAdapter;
+    if (!options.prologix_host.empty()) setup_.gpib_route = GpibRoute::EthernetAdapter;
     setup_.simple_installation = false;
     setup_.proceed = true;
 #ifdef KELVARA_HAVE_QT_SERIAL
-    if (setup_.interface == Interface::RS232 && !options.simulate) {
+    const bool qt_transport =
+        setup_.interface == Interface::RS232 || setup_.gpib_route != GpibRoute::Library;
+    if (qt_transport && !options.simulate) {
         ensure_qt_application();
         clock_ = std::make_unique<RealClock>([] { QCoreApplication::processEvents(); });
     }
@@ -135,14 +148,18 @@ bool Connection::open() {
             link_->set_gpib_driver(std::make_unique<sim::SimGpibDriver>(*simulated_, *clock_));
         else
             link_->set_serial_port(std::make_unique<sim::SimSerialPort>(*simulated_, *clock_));
-    } else if (setup_.interface == Interface::GPIB) {
-        library_error_.clear();
-        link_->set_gpib_driver(load_gpib_library(setup_.gpib_library, &library_error_));
-    } else if (setup_.interface == Interface::RS232) {
-        serial_device_ = setup_.serial_device.empty() ? serial_device_for_port(setup_.serial_port)
-                                                      : setup_.serial_device;
+    } else {
+        if (setup_.interface == Interface::RS232)
+            serial_device_ = setup_.serial_device.empty()
+                                 ? serial_device_for_port(setup_.serial_port)
+                                 : setup_.serial_device;
 #ifdef KELVARA_HAVE_QT_SERIAL
-        link_->set_serial_port(std::make_unique<QtSerialPort>());
+        transports_.attach(*link_, setup_);
+        library_error_ = transports_.library_error();
+#else
+        library_error_.clear();
+        if (setup_.interface == Interface::GPIB && setup_.gpib_route == GpibRoute::Library)
+            link_->set_gpib_driver(load_gpib_library(setup_.gpib_library, &library_error_));
 #endif
     }
 
@@ -165,5 +182,28 @@ std::string Connection::serial_error() const {
 #endif
     return {};
 }
+
+#ifdef KELVARA_HAVE_QT_SERIAL
+std::string Connection::adapter_error() const {
+    return transports_.failure();
+}
+std::string Connection::adapter_version() const {
+    return transports_.adapter() ? transports_.adapter()->version() : std::string();
+}
+std::string Connection::adapter_where() const {
+    return transports_.adapter() ? transports_.adapter()->where() : std::string();
+}
+#else
+std::string Connection::adapter_error() const {
+    return setup_.gpib_route == GpibRoute::Library ? std::string()
+                                                   : "GPIB adapters need the Qt build";
+}
+std::string Connection::adapter_version() const {
+    return {};
+}
+std::string Connection::adapter_where() const {
+    return {};
+}
+#endif
 
 }  // namespace kelvara::cli

@@ -1,5 +1,6 @@
 // Connection options shared by the instrument subcommands:
-//   --model M (--serial PATH | --port N | --gpib ADDR [--gpib-library PATH] | --simulate)
+//   --model M (--serial PATH | --port N | --gpib ADDR [--gpib-library PATH | --prologix DEVICE |
+//              --prologix-host HOST[:PORT]] | --simulate)
 // and the link they open, as the communication dialog's CONTINUE would.
 #pragma once
 
@@ -12,6 +13,10 @@
 #include "link/instrument_link.h"
 #include "link/setup_choices.h"
 
+#ifdef KELVARA_HAVE_QT_SERIAL
+#include "link/qt/real_transports.h"
+#endif
+
 namespace kelvara::sim {
 class Instrument;
 }
@@ -21,11 +26,13 @@ namespace kelvara::cli {
 struct ConnectionOptions {
     InstrumentModel model = InstrumentModel::Invalid;
     Interface interface = Interface::None;
-    std::string serial_device;  // --serial PATH
-    int serial_port = 0;        // --port N
-    int gpib_address = 0;       // --gpib ADDR
-    std::string gpib_library;   // --gpib-library PATH
-    bool simulate = false;      // --simulate: an in-process simulated instrument
+    std::string serial_device;    // --serial PATH
+    int serial_port = 0;          // --port N
+    int gpib_address = 0;         // --gpib ADDR
+    std::string gpib_library;     // --gpib-library PATH
+    std::string prologix_device;  // --prologix DEVICE: GPIB through a USB adapter
+    std::string prologix_host;    // --prologix-host HOST[:PORT]: through an Ethernet adapter
+    bool simulate = false;        // --simulate: an in-process simulated instrument
 };
 
 // Takes the connection options (and --model) out of args; returns a usage message on error.
@@ -47,6 +54,12 @@ class Connection {
     const std::string& serial_device() const { return serial_device_; }
     // Why the serial port could not be opened ("" when it was, or was not tried).
     std::string serial_error() const;
+    // "GPIB adapter WHERE: WHY" when the adapter could not be used ("" otherwise).
+    std::string adapter_error() const;
+    // The adapter's own name for itself ("" unless GPIB goes through an adapter that answered).
+    std::string adapter_version() const;
+    // Where the adapter was looked for ("" unless GPIB goes through one).
+    std::string adapter_where() const;
 
   private:
     ConnectionOptions options_;
@@ -57,10 +70,14 @@ class Connection {
     std::unique_ptr<sim::Instrument> simulated_;
     std::string library_error_;
     std::string serial_device_;
+#ifdef KELVARA_HAVE_QT_SERIAL
+    RealTransports transports_;
+#endif
 };
 
 // The usage text of the connection options, for the subcommands' usage lines.
 inline constexpr const char* kConnectionUsage =
-    "--model M (--serial PATH | --port N | --gpib ADDR [--gpib-library PATH] | --simulate)";
+    "--model M (--serial PATH | --port N | --gpib ADDR [--gpib-library PATH | --prologix DEVICE |"
+    " --prologix-host HOST[:PORT]] | --simulate)";
 
 }  // namespace kelvara::cli

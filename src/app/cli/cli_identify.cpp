@@ -15,7 +15,12 @@ std::string where(const Connection& c, const ConnectionOptions& o, const SetupCh
     if (o.simulate)
         return std::string("the simulated instrument over ") +
                (s.interface == Interface::GPIB ? "GPIB" : "RS-232");
-    if (o.interface == Interface::GPIB) return "GPIB address " + std::to_string(s.gpib_address);
+    if (o.interface == Interface::GPIB) {
+        const std::string address = "GPIB address " + std::to_string(s.gpib_address);
+        if (s.gpib_route == GpibRoute::Library) return address;
+        return address + " through the adapter on " + c.adapter_where() + " (" +
+               c.adapter_version() + ")";
+    }
     const std::string settings = profile(s.model).serial.text();
     if (!o.serial_device.empty()) return c.serial_device() + " (" + settings + ")";
     return "serial port " + std::to_string(s.serial_port) + ", " + c.serial_device() + " (" +
@@ -41,6 +46,8 @@ int identify(const Args& given) {
                   << "\n";
     if (!connection.serial_error().empty())
         std::cerr << "kelvara-cli identify: " << connection.serial_error() << "\n";
+    if (!connection.adapter_error().empty())
+        std::cerr << "kelvara-cli identify: " << connection.adapter_error() << "\n";
     if (!open) return 1;
     std::cout << designation(options.model) << " identified on "
               << where(connection, options, connection.setup()) << "\n";
@@ -56,7 +63,10 @@ const Subcommand kIdentify(
         "      working offline. --port N is the N-th serial device of this machine: USB adapters\n"
         "      first (/dev/ttyUSB*, /dev/ttyACM*), then /dev/ttyS*; --serial PATH names one.\n"
         "      GPIB loads --gpib-library PATH, else libgpib.so.0, libgpibapi.so.1,\n"
-        "      libgpibapi.so. --simulate talks to a built-in simulated instrument.",
+        "      libgpibapi.so. --prologix DEVICE reaches GPIB through a Prologix-compatible\n"
+        "      GPIB-USB adapter on that serial device, --prologix-host HOST[:PORT] through a\n"
+        "      GPIB-Ethernet one (port 1234 unless given). --simulate talks to a built-in\n"
+        "      simulated instrument.",
     identify);
 
 }  // namespace

@@ -228,6 +228,7 @@ int run_action(Action action, const Args& given) {
     const bool open = connection.open();
     if (!connection.library_error().empty())
         std::cerr << who << "no GPIB library: " << connection.library_error() << "\n";
+    if (!connection.adapter_error().empty()) std::cerr << who << connection.adapter_error() << "\n";
     if (!open) return 1;
 
     TransferState transfer;

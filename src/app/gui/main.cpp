@@ -1,5 +1,6 @@
 // kelvara: the window. Options for Linux users:
-//   --simulate             a simulated instrument of the chosen model answers on both buses
+//   --simulate             a simulated instrument of the chosen model answers on both buses, and
+//                          through a simulated GPIB adapter
 //   --serial PATH          the serial device to use whatever port number is chosen
 //   --gpib-library PATH    the NI-488.2-compatible library to load ("simulated": the one
 //                          installed with the program)
@@ -13,6 +14,8 @@
 
 #include "gpib_library_path.h"
 #include "kelvara_version.h"
+#include "link/qt/real_transports.h"
+#include "sim/simulated_transports.h"
 #include "ui/main_window.h"
 
 int main(int argc, char** argv) {
@@ -62,8 +65,17 @@ int main(int argc, char** argv) {
     QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("kelvara")));
     parser.process(app);
 
+    // The window reaches instruments through what it is handed here. The simulated instruments
+    // live for the whole run, so curves written survive "New Instrument".
+    std::unique_ptr<kelvara::TransportFactory> transports;
     kelvara::ui::MainWindowOptions options;
-    options.simulate = parser.isSet(simulate);
+    if (parser.isSet(simulate)) {
+        transports = std::make_unique<kelvara::sim::SimulatedTransports>();
+        options.device_for_port = [](int) { return std::string("simulated"); };
+    } else {
+        transports = std::make_unique<kelvara::RealTransports>();
+    }
+    options.transports = transports.get();
     options.serial_device = parser.value(serial).toStdString();
     options.gpib_library = kelvara::app::resolve_gpib_library(parser.value(gpib).toStdString());
 

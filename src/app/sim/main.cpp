@@ -2,14 +2,20 @@
 // its serial path without hardware.
 //
 //   kelvara-sim --model TAZ [--identity TEXT] [--faults LIST] [--state FILE] [--link PATH]
+//               [--prologix | --prologix-tcp PORT]
 //
-// The first line on standard output is the device to open (e.g. /dev/pts/4). The instrument
+// With --prologix the instrument sits behind a simulated Prologix-compatible GPIB-USB adapter on
+// the pseudo-terminal; with --prologix-tcp behind a GPIB-Ethernet one on 127.0.0.1:PORT (0: any
+// free port). The first line on standard output is the device to open (e.g. /dev/pts/4), or
+// 127.0.0.1:PORT. The instrument
 // serves until SIGINT, SIGTERM or SIGHUP; its curves live as long as the process, or in FILE
 // across runs with --state.
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <optional>
@@ -17,22 +23,29 @@
 
 #include "curve/model_profile.h"
 #include "kelvara_version.h"
+#include "link/clock.h"
+#include "sim/adapter_server.h"
 #include "sim/instrument.h"
+#include "sim/prologix_adapter.h"
 #include "sim/pty_server.h"
 #include "sim/state_file.h"
 
 namespace {
 
 kelvara::sim::PtyServer* running = nullptr;
+kelvara::sim::AdapterServer* running_adapter = nullptr;
 
 extern "C" void on_signal(int) {
     if (running) running->stop();
+    if (running_adapter) running_adapter->stop();
 }
 
 constexpr const char* kUsage =
     "Usage: kelvara-sim --model MODEL [--identity TEXT] [--faults LIST] [--state FILE] "
     "[--link PATH]\n"
-    "A simulated Tessaly temperature instrument on a pseudo-terminal.\n"
+    "       [--prologix | --prologix-tcp PORT]\n"
+    "A simulated Tessaly temperature instrument on a pseudo-terminal, or behind a simulated\n"
+    "Prologix-compatible GPIB adapter.\n"
     "\n"
     "Options:\n"
     "  --model MODEL    TAZ, DAL, FEN, GIR, HOX, KOR, LUM, MEP, NAV, OBR, PIX, QUA/RIL, VEM,\n"
@@ -41,16 +54,64 @@ constexpr const char* kUsage =
     "  --faults LIST    comma-separated: silent, garbage, split=N, delay=SECONDS, cut=N, busy=N\n"
     "  --state FILE     file that keeps the user curves across runs\n"
     "  --link PATH      also make PATH a symbolic link to the device\n"
+    "  --prologix       behind a simulated Prologix-compatible GPIB-USB adapter on the device;\n"
+    "                   the instrument answers at every GPIB address 1 to 30\n"
+    "  --prologix-tcp PORT\n"
+    "                   behind a simulated GPIB-Ethernet adapter on 127.0.0.1:PORT (0: a free\n"
+    "                   port)\n"
     "  -h, --help       show this help\n"
     "  --version        show the version\n"
     "\n"
-    "Prints the device path on the first line, then serves until interrupted.\n";
+    "Prints the device path (or 127.0.0.1:PORT) on the first line, then serves until\n"
+    "interrupted.\n";
+
+void on_signals() {
+    struct sigaction action {};
+    action.sa_handler = on_signal;
+    sigemptyset(&action.sa_mask);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
+}
+
+bool make_link(const std::string& link_path, const std::string& device) {
+    if (link_path.empty()) return true;
+    ::unlink(link_path.c_str());
+    if (::symlink(device.c_str(), link_path.c_str()) == 0) return true;
+    std::cerr << "kelvara-sim: cannot link " << link_path << ": " << std::strerror(errno) << "\n";
+    return false;
+}
+
+int serve_adapter(kelvara::sim::Instrument& instrument, kelvara::sim::StateKeeper& state,
+                  std::optional<int> tcp_port, const std::string& link_path) {
+    kelvara::RealClock clock;
+    kelvara::sim::PrologixAdapter adapter(instrument, clock,
+                                          tcp_port ? kelvara::sim::PrologixAdapter::kEthernetVersion
+                                                   : kelvara::sim::PrologixAdapter::kUsbVersion);
+    kelvara::sim::AdapterServer server(adapter, clock);
+    std::string error;
+    if (!(tcp_port ? server.listen_tcp(*tcp_port, &error) : server.open_pty(&error))) {
+        std::cerr << "kelvara-sim: " << error << "\n";
+        return 1;
+    }
+    if (!make_link(link_path, server.address())) return 1;
+    server.after_input = [&state] { state.save_if_changed(); };
+    running_adapter = &server;
+    on_signals();
+    std::cout << server.address() << std::endl;
+    std::cerr << "kelvara-sim: model " << kelvara::designation(instrument.model())
+              << " behind a GPIB adapter on " << server.address() << "; interrupt to stop\n";
+    server.serve();
+    running_adapter = nullptr;
+    if (!link_path.empty()) ::unlink(link_path.c_str());
+    return 0;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
     std::optional<kelvara::InstrumentModel> model;
     std::string identity, faults, state_path, link_path;
+    bool prologix = false;
+    std::optional<int> prologix_tcp;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         const auto value = [&]() -> std::optional<std::string> {
@@ -78,12 +139,22 @@ int main(int argc, char** argv) {
             state_path = *v;
         } else if (arg == "--link" && (v = value())) {
             link_path = *v;
+        } else if (arg == "--prologix") {
+            prologix = true;
+        } else if (arg == "--prologix-tcp" && (v = value())) {
+            char* end = nullptr;
+            const long port = std::strtol(v->c_str(), &end, 10);
+            if (v->empty() || *end != '\0' || port < 0 || port > 65535) {
+                std::cerr << "kelvara-sim: --prologix-tcp takes a TCP port 0 to 65535\n";
+                return 2;
+            }
+            prologix_tcp = static_cast<int>(port);
         } else {
             std::cerr << kUsage;
             return 2;
         }
     }
-    if (!model) {
+    if (!model || (prologix && prologix_tcp) || (prologix_tcp && !link_path.empty())) {
         std::cerr << kUsage;
         return 2;
     }
@@ -101,26 +172,18 @@ int main(int argc, char** argv) {
         return 1;
     }
 
+    if (prologix || prologix_tcp) return serve_adapter(instrument, state, prologix_tcp, link_path);
+
     kelvara::sim::PtyServer server(instrument);
     if (!server.open(&error)) {
         std::cerr << "kelvara-sim: " << error << "\n";
         return 1;
     }
-    if (!link_path.empty()) {
-        ::unlink(link_path.c_str());
-        if (::symlink(server.slave_path().c_str(), link_path.c_str()) != 0) {
-            std::cerr << "kelvara-sim: cannot link " << link_path << ": " << std::strerror(errno)
-                      << "\n";
-            return 1;
-        }
-    }
+    if (!make_link(link_path, server.slave_path())) return 1;
     server.after_command = [&state] { state.save_if_changed(); };
 
     running = &server;
-    struct sigaction action {};
-    action.sa_handler = on_signal;
-    sigemptyset(&action.sa_mask);
-    for (int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
+    on_signals();
 
     std::cout << server.slave_path() << std::endl;
     std::cerr << "kelvara-sim: model " << kelvara::designation(*model) << " on "
