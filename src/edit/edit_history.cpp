@@ -6,21 +6,20 @@ namespace kelvara {
 
 void EditHistory::reset(CurveState state) {
     steps_.clear();
-    steps_.push_back({std::move(state), std::string(), next_id_++});
+    saved_ = state;
+    steps_.push_back({std::move(state), std::string()});
     index_ = 0;
-    saved_id_ = steps_.front().id;
     merge_key_.clear();
 }
 
 bool EditHistory::record(CurveState state, const std::string& label, const std::string& merge_key) {
     if (steps_.empty()) {
         reset(std::move(state));
-        saved_id_ = 0;  // never read or written: whatever it holds is unsaved
+        saved_.reset();  // never read or written: whatever it holds is unsaved
         return true;
     }
     if (state == steps_[index_].state) return false;
-    const bool merge = !merge_key.empty() && merge_key == merge_key_ && index_ > 0 && !can_redo() &&
-                       steps_[index_].id != saved_id_;
+    const bool merge = !merge_key.empty() && merge_key == merge_key_ && index_ > 0 && !can_redo();
     if (merge) {
         if (state == steps_[index_ - 1].state) {
             // Typed and taken back again: the step is gone, and so is the change.
@@ -33,7 +32,7 @@ bool EditHistory::record(CurveState state, const std::string& label, const std::
         return true;
     }
     steps_.resize(index_ + 1);  // a new edit ends what could be redone
-    steps_.push_back({std::move(state), label, next_id_++});
+    steps_.push_back({std::move(state), label});
     ++index_;
     if (steps_.size() > limit_ + 1) {
         steps_.erase(steps_.begin());
@@ -48,8 +47,8 @@ void EditHistory::mark_saved(CurveState state) {
         reset(std::move(state));
         return;
     }
+    saved_ = state;
     steps_[index_].state = std::move(state);
-    saved_id_ = steps_[index_].id;
     merge_key_.clear();
 }
 

@@ -5,7 +5,7 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,7 +40,9 @@ class EditHistory {
     // in an empty name or cut a serial number).
     void mark_saved(CurveState state);
 
-    bool modified() const { return !steps_.empty() && steps_[index_].id != saved_id_; }
+    // The current state differs from the one last read or written (undoing back to it, or
+    // typing the old value again, leaves nothing to save).
+    bool modified() const { return !steps_.empty() && (!saved_ || current() != *saved_); }
     bool can_undo() const { return index_ > 0; }
     bool can_redo() const { return index_ + 1 < steps_.size(); }
     // What undo or redo would take back or do again; "" when there is nothing.
@@ -56,14 +58,12 @@ class EditHistory {
     struct Step {
         CurveState state;
         std::string label;  // the edit that led to this state
-        std::uint64_t id = 0;
     };
 
     std::size_t limit_;  // steps that can be undone
     std::vector<Step> steps_;
     std::size_t index_ = 0;
-    std::uint64_t next_id_ = 1;
-    std::uint64_t saved_id_ = 0;
+    std::optional<CurveState> saved_;  // none: never read or written
     std::string merge_key_;
 };
 

@@ -25,6 +25,9 @@ TEST(EditHistory, UndoAndRedoWalkTheStepsAndKnowTheSavedOne) {
     EXPECT_TRUE(h.record(state(2), "Cell Edit"));
     EXPECT_TRUE(h.record(state(3), "Adjustment"));
     EXPECT_TRUE(h.modified());
+    EXPECT_TRUE(h.record(state(1), "Cell Edit"));  // the old value typed again
+    EXPECT_FALSE(h.modified());
+    h.undo();
     EXPECT_EQ(h.undo_label(), "Adjustment");
     EXPECT_EQ(h.undo().curve.temperatures[0], 2);
     EXPECT_EQ(h.redo_label(), "Adjustment");
