@@ -10,6 +10,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSettings>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <deque>
@@ -97,6 +99,14 @@ inline Step choose_model(InstrumentModel model) {
     };
 }
 
+// The window remembers files and set-up choices in QSettings: tests keep theirs in the test
+// location, apart from the user's, and each window starts with nothing remembered.
+inline void use_test_settings() {
+    QStandardPaths::setTestModeEnabled(true);
+    QCoreApplication::setOrganizationName(QStringLiteral("KelvaraTest"));
+    QSettings().clear();
+}
+
 // A window with a virtual clock, recording prompts, a simulated instrument, the dialog script
 // and a scripted file chooser; a real one runs its own modal loops on the real clock.
 struct Harness {
@@ -109,6 +119,7 @@ struct Harness {
     std::unique_ptr<ui::MainWindow> window;
 
     explicit Harness(bool real = false) {
+        use_test_settings();
         ui::MainWindowOptions o;
         o.simulate = true;
         o.prompts = &prompts;
