@@ -16,6 +16,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStringList>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <QWheelEvent>
 
@@ -146,6 +147,10 @@ void MainWindow::build_widgets() {
     root->setContentsMargins(0, 0, 0, 0);
     root->setSpacing(0);
     auto* outer = new QHBoxLayout;
+    outer->setContentsMargins(style()->pixelMetric(QStyle::PM_LayoutLeftMargin),
+                              style()->pixelMetric(QStyle::PM_LayoutTopMargin),
+                              style()->pixelMetric(QStyle::PM_LayoutRightMargin),
+                              style()->pixelMetric(QStyle::PM_LayoutBottomMargin));
     root->addLayout(outer, 1);
 
     // The menu bar sits above the window's own controls, which keep their places below it.

@@ -47,6 +47,9 @@ int main(int argc, char** argv) {
     }
 
     QApplication app(argc, argv);
+    // What the window remembers (recent files, last folder, last set-up choices) goes to
+    // ~/.config/Tessaly/Tessaly Kelvara.conf.
+    QApplication::setOrganizationName(QStringLiteral("Tessaly"));
     QApplication::setApplicationName(QStringLiteral("Tessaly Kelvara"));
     QApplication::setApplicationVersion(QStringLiteral("8.3"));
     parser.process(app);
