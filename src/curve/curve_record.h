@@ -29,6 +29,8 @@ struct CurveRecord {
 
     // Slots breakpoint_count .. max_breakpoints-1 of both arrays become UNUSED_POINT.
     void clear_unused_slots();
+
+    friend bool operator==(const CurveRecord&, const CurveRecord&) = default;
 };
 
 // The fixed sensor-unit value of HOX grid slot i (0..191).

@@ -19,6 +19,8 @@ struct ListField {
 
     std::string text() const;                  // the selected entry, or ""
     int find(const std::string& entry) const;  // first position with exactly this text, or -1
+
+    friend bool operator==(const ListField&, const ListField&) = default;
 };
 
 inline const std::vector<std::string> kSetpointEntries = {"325", "375", "475",
@@ -44,6 +46,8 @@ struct HeaderFields {
 
     // "Setpoint Limit" as a user would read it: the text field, or the selected list entry.
     std::string setpoint_shown() const;
+
+    friend bool operator==(const HeaderFields&, const HeaderFields&) = default;
 };
 
 // Selects the entry named by the code; outside 1..5 shows "Invalid data format number." and looks

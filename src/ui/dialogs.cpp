@@ -11,6 +11,7 @@
 #include <map>
 
 #include "edit/point_insert_delete.h"
+#include "ui/code_page.h"
 
 namespace kelvara::ui {
 
@@ -92,7 +93,8 @@ PickCurveDialog::PickCurveDialog(PickKind kind, ListField& list, std::function<b
     combo_ = new QComboBox(this);
     combo_->setObjectName(QStringLiteral("Combo1"));
     combo_->setMinimumWidth(340);
-    for (const auto& e : list.entries) combo_->addItem(QString::fromStdString(e));
+    // Entries carry the curve names the instrument holds, bytes of the files' code page.
+    for (const auto& e : list.entries) combo_->addItem(from_code_page(e));
     combo_->setCurrentIndex(list.selected);
     combo_->setVisible(list.visible);
     // The read dialog keeps its instruction when its list is hidden; the others hide both.
@@ -138,6 +140,8 @@ InsertPointDialog::InsertPointDialog(CurveRecord& curve, int top_index, Prompts&
     ok->setDefault(true);
     layout->addLayout(ok_cancel_row(ok, cancel));
 
+    // Cancel abandons the values: clicking it must not first ask for valid ones.
+    leave_unchecked_for(cancel);
     validate_on_leave(units_, [this] {
         return validate_insert_units_field(parse_number(units_->text()), prompts_);
     });

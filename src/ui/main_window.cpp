@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStringList>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <QWheelEvent>
 
@@ -27,20 +28,22 @@
 #include "link/qt/real_transports.h"
 #include "protocol/transfers.h"
 #include "ui/about_dialog.h"
+#include "ui/code_page.h"
 #include "ui/dialogs.h"
 #include "ui/setup_dialogs.h"
+#include "ui/status_line.h"
+#include "ui/user_settings.h"
 
 namespace kelvara::ui {
 
 namespace {
 
-constexpr const char* kWindowTitle = "Tessaly Kelvara - Version 8.3 - Instrument Model ";
 constexpr const char* kGridHeading = "   Point          Sensor Unit        Temperature";
 constexpr const char* kAskWrite = "Do you really want to write to this curve location?";
 constexpr const char* kAskDelete = "Do you really want to delete this curve?";
 constexpr const char* kCompleted = "Curve writing to instrument completed.";
 
-QString qs(std::string_view s) {
+[[maybe_unused]] QString qs(std::string_view s) {
     return QString::fromUtf8(s.data(), int(s.size()));
 }
 
@@ -52,21 +55,22 @@ void fill_combo(QComboBox* combo, const ListField& list) {
     combo->setVisible(list.visible);
 }
 
-std::optional<QString> platform_file_dialog(FileDialogKind kind, const QString& filter,
-                                            QWidget* parent) {
+}  // namespace
+
+std::optional<QString> choose_with_file_dialog(FileDialogKind kind, const QString& filter,
+                                               QWidget* parent) {
     QString path;
+    const QString folder = last_file_folder();
     if (kind == FileDialogKind::Open) {
-        path = QFileDialog::getOpenFileName(parent, QString(), QString(), filter);
+        path = QFileDialog::getOpenFileName(parent, QString(), folder, filter);
     } else {
         // Writing over an existing file is what the user asked for; no second question.
-        path = QFileDialog::getSaveFileName(parent, QString(), QString(), filter, nullptr,
+        path = QFileDialog::getSaveFileName(parent, QString(), folder, filter, nullptr,
                                             QFileDialog::DontConfirmOverwrite);
     }
     if (path.isEmpty()) return std::nullopt;
     return path;
 }
-
-}  // namespace
 
 QString qt_file_filter(const std::string& pairs) {
     const QStringList parts = QString::fromStdString(pairs).split(QLatin1Char('|'));
@@ -98,8 +102,10 @@ MainWindow::MainWindow(MainWindowOptions options, QWidget* parent)
         own_prompts_ = std::make_unique<QtPrompts>(this);
         prompts_ = own_prompts_.get();
     }
+    counting_prompts_.forward_to(prompts_);
+    prompts_ = &counting_prompts_;
     scaling_dialog_.set_prompts(prompts_);
-    if (!options_.choose_file) options_.choose_file = platform_file_dialog;
+    if (!options_.choose_file) options_.choose_file = choose_with_file_dialog;
     if (!options_.choose_printer) options_.choose_printer = CurveGraph::ask_with_print_dialog;
     if (!options_.device_for_port) {
         // Show the device each port number really reaches: a forced path wins.
@@ -135,7 +141,16 @@ void MainWindow::build_widgets() {
         w->setObjectName(name);
         return w;
     };
-    auto* outer = new QHBoxLayout(this);
+    // The window's own controls side by side; our status line under them.
+    auto* root = new QVBoxLayout(this);
+    root->setContentsMargins(0, 0, 0, 0);
+    root->setSpacing(0);
+    auto* outer = new QHBoxLayout;
+    outer->setContentsMargins(style()->pixelMetric(QStyle::PM_LayoutLeftMargin),
+                              style()->pixelMetric(QStyle::PM_LayoutTopMargin),
+                              style()->pixelMetric(QStyle::PM_LayoutRightMargin),
+                              style()->pixelMetric(QStyle::PM_LayoutBottomMargin));
+    root->addLayout(outer, 1);
 
     // The menu bar sits above the window's own controls, which keep their places below it.
     menu_bar_ = new QMenuBar(this);
@@ -152,7 +167,7 @@ void MainWindow::build_widgets() {
         AboutDialog dialog(this);
         show_dialog(dialog);
     });
-    outer->setMenuBar(menu_bar_);
+    root->setMenuBar(menu_bar_);
 
     // Left: header fields, point grid, commands.
     auto* left = new QVBoxLayout;
@@ -247,16 +262,17 @@ void MainWindow::build_widgets() {
     setTabOrder(combo1_, texts_[32]);
 
     // Commands.
-    static const char* const captions[] = {"Read Curve From File",
-                                           "Write Curve To File",
-                                           "Read Curve From Instrument",
-                                           "Write Curve To Instrument",
-                                           "Delete Curve From Instrument",
-                                           "New Instrument",
-                                           "Print Graph",
-                                           "Insert A Point",
-                                           "Delete A Point",
-                                           "Make Adjustment To Curve File"};
+    // Each caption carries a mnemonic (Alt + the underlined letter); none is taken by the menus.
+    static const char* const captions[] = {"&Read Curve From File",
+                                           "&Write Curve To File",
+                                           "Read Curve From Ins&trument",
+                                           "Write Curve To Instr&ument",
+                                           "&Delete Curve From Instrument",
+                                           "&New Instrument",
+                                           "&Print Graph",
+                                           "Insert &A Point",
+                                           "De&lete A Point",
+                                           "&Make Adjustment To Curve File"};
     for (int i = 0; i < 10; ++i) {
         commands_[i] = new QPushButton(QString::fromLatin1(captions[i]), this);
         commands_[i]->setObjectName(i < 9 ? QStringLiteral("Command%1").arg(i + 1)
@@ -314,6 +330,7 @@ void MainWindow::build_widgets() {
         texts_[i]->installEventFilter(this);
     }
     validate_on_leave(texts_[32], [this] { return validate_setpoint(); });
+    build_work_parts(root);
     resize(1200, 720);
 }
 
@@ -364,8 +381,8 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
 // ---- header fields <-> widgets ------------------------------------------------------------------
 
 void MainWindow::take_fields_from_widgets() {
-    header_.name = texts_[30]->text().toStdString();
-    header_.serial_number = texts_[31]->text().toStdString();
+    header_.name = to_code_page(texts_[30]->text());
+    header_.serial_number = to_code_page(texts_[31]->text());
     header_.data_format.selected = combo1_->currentIndex();
     header_.setpoint_text = setpoint_from_display(texts_[32]->text());
     header_.setpoint_list.selected = combo5_->currentIndex();
@@ -374,10 +391,10 @@ void MainWindow::take_fields_from_widgets() {
 }
 
 void MainWindow::show_fields_in_widgets() {
-    texts_[30]->setText(QString::fromStdString(header_.name));
+    texts_[30]->setText(from_code_page(header_.name));
     texts_[30]->setVisible(header_.name_visible);
     label2_->setVisible(header_.name_visible);
-    texts_[31]->setText(QString::fromStdString(header_.serial_number));
+    texts_[31]->setText(from_code_page(header_.serial_number));
     label4_->setText(QString::fromStdString(header_.data_format_caption));
     fill_combo(combo1_, header_.data_format);
     label4_->setVisible(header_.data_format.visible);
@@ -396,6 +413,7 @@ void MainWindow::show_fields_in_widgets() {
 bool MainWindow::Form_Load() {
     {
         InstrumentSelectionDialog selection(setup_, this);
+        if (auto model = remembered_setup().model) selection.preselect(*model);
         show_dialog(selection);
     }
     if (!setup_.proceed) {
@@ -403,14 +421,22 @@ bool MainWindow::Form_Load() {
         return false;
     }
     {
+        chosen_interface_ = Interface::None;
         CommunicationDialog communication(
-            setup_, [this](SetupChoices& c) { open_link(c); }, options_.device_for_port, this);
+            setup_,
+            [this](SetupChoices& c) {
+                chosen_interface_ = c.interface;
+                open_link(c);
+            },
+            options_.device_for_port, this);
+        communication.preselect(remembered_setup());
         show_dialog(communication);
     }
     if (!setup_.proceed) {
         end_program();
         return false;
     }
+    remember_setup(setup_.model, chosen_interface_, setup_.gpib_address, setup_.serial_port);
 
     // A fresh graph: it remembers the series it was last given.
     {
@@ -425,7 +451,7 @@ bool MainWindow::Form_Load() {
     }
 
     configure_for_model();
-    setWindowTitle(QString::fromLatin1(kWindowTitle) + qs(designation(setup_.model)));
+    setWindowTitle(program_title(setup_.model));
 
     curve_ = CurveRecord::for_model(setup_.model);
     curve_.breakpoint_count = 0;
@@ -452,6 +478,7 @@ bool MainWindow::Form_Load() {
     transfer_.thermocouple_char.clear();
     curve_.nav_format_code = 0;
     transfer_.scaling_code = 0;
+    start_new_curve();
 
     const bool online = setup_.interface != Interface::None;
     for (int i : {2, 3, 4}) commands_[i]->setEnabled(online);
@@ -528,7 +555,7 @@ void MainWindow::Form_Unload() {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
-    if (transfer_running_) {
+    if (transfer_running_ || !leave_pending_edits() || !may_replace_curve()) {
         event->ignore();
         return;
     }
@@ -565,6 +592,7 @@ void MainWindow::update_graph_series2() {
 }
 
 void MainWindow::show_grid_from_top() {
+    ++grid_refreshes_;
     {
         QSignalBlocker block(vscroll1_);
         vscroll1_->setValue(vscroll1_->minimum());
@@ -598,11 +626,15 @@ bool MainWindow::validate_cell(int cell) {
     const int point = texts_[20 + row]->text().toInt();
     const QString text = texts_[cell]->text();
     CellEntry entry{parse_number(text), text.trimmed().isEmpty()};
-    return validate_grid_cell(curve_, column, point, entry, *prompts_, *this);
+    if (!validate_grid_cell(curve_, column, point, entry, *prompts_, *this)) return false;
+    note_edit("Cell Edit");
+    return true;
 }
 
 bool MainWindow::validate_setpoint() {
-    return validate_setpoint_limit(parse_number(texts_[32]->text()), *prompts_);
+    if (!validate_setpoint_limit(parse_number(texts_[32]->text()), *prompts_)) return false;
+    note_edit("Setpoint Limit");
+    return true;
 }
 
 bool MainWindow::leave_pending_edits() {
@@ -618,29 +650,17 @@ bool MainWindow::read_with_file_dialog() {
     const std::string filter = file_filter(setup_.model, *prompts_);
     auto path = options_.choose_file(FileDialogKind::Open, qt_file_filter(filter), this);
     if (!path) return false;
-    take_fields_from_widgets();
-    const auto result =
-        read_curve_file(path->toStdString(), setup_.model, curve_, header_, *prompts_);
-    show_fields_in_widgets();
-    if (result != FileCommandResult::Done) return false;
-    update_graph();
-    show_grid_from_top();
-    return true;
+    return read_curve_from(*path);
 }
 
 void MainWindow::Command1_Click() {
-    if (!leave_pending_edits()) return;
+    if (!leave_pending_edits() || !may_replace_curve()) return;
     read_with_file_dialog();
 }
 
 void MainWindow::Command2_Click() {
     if (!leave_pending_edits()) return;
-    const std::string filter = file_filter(setup_.model, *prompts_);
-    auto path = options_.choose_file(FileDialogKind::Save, qt_file_filter(filter), this);
-    if (!path) return;
-    take_fields_from_widgets();
-    write_curve_file(path->toStdString(), setup_.model, curve_, header_, *prompts_);
-    show_fields_in_widgets();
+    write_with_file_dialog();
 }
 
 // ---- instrument commands ------------------------------------------------------------------------
@@ -667,11 +687,13 @@ void MainWindow::run_transfer(const QString& name, const char* title, const QStr
 }
 
 void MainWindow::Command3_Click() {
-    if (!leave_pending_edits()) return;
+    if (!leave_pending_edits() || !may_replace_curve()) return;
     PickCurveDialog pick(PickKind::Read, picks_.read, nullptr, this);
     if (show_dialog(pick) != QDialog::Accepted) return;
+    const int messages = counting_prompts_.messages(), refreshes = grid_refreshes_;
     run_transfer(QStringLiteral("readcurve"), kReadDialogTitle, QStringLiteral("Wait..."),
                  run_read_transfer);
+    curve_received(messages, refreshes);
 }
 
 void MainWindow::Command4_Click() {
@@ -683,8 +705,10 @@ void MainWindow::Command4_Click() {
         write_confirmed_ = false;
         return;
     }
+    const int messages = counting_prompts_.messages();
     run_transfer(QStringLiteral("writecurve"), kWriteDialogTitle, QString(), run_write_transfer);
     write_confirmed_ = true;
+    curve_sent(messages);
 }
 
 void MainWindow::Command5_Click() {
@@ -697,7 +721,7 @@ void MainWindow::Command5_Click() {
 }
 
 void MainWindow::Command6_Click() {
-    if (!leave_pending_edits()) return;
+    if (!leave_pending_edits() || !may_replace_curve()) return;
     // The port must be free before the communication dialog opens it again.
     if (setup_.interface == Interface::RS232) link_->close();
     Form_Load();
@@ -733,6 +757,7 @@ void MainWindow::Command8_Click() {
     InsertPointDialog dialog(
         curve_, top_index(), *prompts_, *this, [this](int value) { move_grid_to(value); }, this);
     show_dialog(dialog);
+    note_edit("Insert Point");
 }
 
 void MainWindow::move_grid_to(int scroll_value) {
@@ -749,6 +774,7 @@ void MainWindow::Command9_Click() {
     DeletePointDialog dialog(
         curve_, top_index(), *this, [this](int value) { move_grid_to(value); }, this);
     show_dialog(dialog);
+    note_edit("Delete Point");
 }
 
 void MainWindow::cmdAdjust_Click() {
@@ -757,6 +783,7 @@ void MainWindow::cmdAdjust_Click() {
     QtAdjustPointsDialog dialog(*prompts_, options_.run_dialog, this);
     kelvara::cmdAdjust_Click(curve_, header_, dialog, *prompts_, *this);
     show_fields_in_widgets();
+    note_edit("Adjustment");
 }
 
 }  // namespace kelvara::ui

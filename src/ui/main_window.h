@@ -12,13 +12,16 @@
 
 #include "curve/curve_record.h"
 #include "curve/header_fields.h"
+#include "edit/edit_history.h"
 #include "graph/curve_graph.h"
 #include "link/instrument_link.h"
 #include "link/setup_choices.h"
 #include "link/transport_factory.h"
 #include "protocol/session.h"
+#include "ui/counting_prompts.h"
 #include "ui/qt_ports.h"
 
+class QAction;
 class QCheckBox;
 class QComboBox;
 class QLabel;
@@ -27,6 +30,8 @@ class QMenu;
 class QMenuBar;
 class QPushButton;
 class QScrollBar;
+class QStatusBar;
+class QVBoxLayout;
 
 namespace kelvara::ui {
 
@@ -38,6 +43,10 @@ using FileChooser =
 
 // "*.TAZ|*.TAZ|*.TZA|*.TZA" as a Qt file-dialog filter, each pattern in upper and lower case.
 QString qt_file_filter(const std::string& pairs);
+
+// The platform's open or save dialog, opened in the folder of the last file chosen.
+std::optional<QString> choose_with_file_dialog(FileDialogKind kind, const QString& filter,
+                                               QWidget* parent);
 
 struct MainWindowOptions {
     // How links reach the instrument, handed in by the program's start (the real GPIB library,
@@ -90,12 +99,24 @@ class MainWindow : public QWidget, private Views {
     CurveGraph* graph() const { return graph_; }
     InstrumentLink& link() { return *link_; }
 
+    // The open curve holds changes that are in no file and no instrument.
+    bool curve_modified() const { return history_.modified(); }
+    // Undo and redo of the edits of the open curve (cells, header fields, inserted and deleted
+    // points, the adjustment); the window shows the restored curve.
+    void undo_edit();
+    void redo_edit();
+    // Shows the model, the way to the instrument and whether it answers; call it whenever the
+    // link changes (it goes offline, for example).
+    void update_status_line();
+
   signals:
     void program_ended();
 
   protected:
     void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
   private:
     // Views
@@ -125,10 +146,30 @@ class MainWindow : public QWidget, private Views {
     int top_index() const;
     void move_grid_to(int scroll_value);  // after a point was inserted or deleted
 
+    // Keeping the user's work (main_window_work.cpp): menus, status line and drops; the edit
+    // history; the save question; the file commands' reports; title and recent files.
+    void build_work_parts(QVBoxLayout* root);
+    CurveState current_state() const { return {curve_, header_}; }
+    void note_edit(const char* label, const char* merge_key = nullptr);
+    void show_state(const CurveState& state);
+    bool may_replace_curve();  // false: the user cancelled, or chose Save and it failed
+    bool write_with_file_dialog();
+    bool read_curve_from(const QString& path);
+    void read_curve_from_elsewhere(const QString& path);  // a recent or dropped file
+    void report_file_failure(bool reading, const QString& path, const std::string& reason);
+    void start_new_curve();
+    void curve_received(int messages_before, int refreshes_before);
+    void curve_sent(int messages_before);
+    bool restore_field(QLineEdit* edit);  // Escape
+    void update_title();
+    void update_edit_actions();
+    void update_recent_menu();
+
     MainWindowOptions options_;
     std::unique_ptr<Clock> own_clock_;
     std::unique_ptr<QtPrompts> own_prompts_;
     Clock* clock_;
+    CountingPrompts counting_prompts_;  // the window's prompts, counting the messages
     Prompts* prompts_;
     QtScalingDialog scaling_dialog_;
     std::unique_ptr<TransportFactory> own_transports_;
@@ -143,7 +184,12 @@ class MainWindow : public QWidget, private Views {
     bool write_confirmed_ = false;
     bool ended_ = false;
     bool transfer_running_ = false;
-    int shown_top_ = 0;  // top_index of the rows the grid shows
+    int shown_top_ = 0;       // top_index of the rows the grid shows
+    int grid_refreshes_ = 0;  // show_grid_from_top calls: an instrument read that ends makes one
+
+    EditHistory history_;
+    QString document_;  // the curve's file name, or where it was read from
+    Interface chosen_interface_ = Interface::None;  // as chosen, also when the link then failed
 
     // Widgets, named as the controls they stand for.
     std::array<QPushButton*, 10> commands_{};  // Command1..Command9, cmdAdjust
@@ -159,6 +205,12 @@ class MainWindow : public QWidget, private Views {
     QMenu* file_menu_ = nullptr;
     QMenu* instrument_menu_ = nullptr;
     QMenu* help_menu_ = nullptr;
+    QMenu* edit_menu_ = nullptr;
+    QMenu* recent_menu_ = nullptr;
+    QAction* undo_action_ = nullptr;
+    QAction* redo_action_ = nullptr;
+    QStatusBar* status_line_ = nullptr;
+    QLabel* status_text_ = nullptr;
 };
 
 }  // namespace kelvara::ui

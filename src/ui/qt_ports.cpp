@@ -57,6 +57,14 @@ std::string setpoint_from_display(const QString& text) {
 
 // ---- leaving a field ----------------------------------------------------------------------------
 
+namespace {
+constexpr const char* kLeaveUnchecked = "kelvara_leave_unchecked";
+}
+
+void leave_unchecked_for(QWidget* widget) {
+    widget->setProperty(kLeaveUnchecked, true);
+}
+
 class LeaveValidator : public QObject {
   public:
     LeaveValidator(QLineEdit* edit, std::function<bool()> check)
@@ -87,7 +95,12 @@ class LeaveValidator : public QObject {
             // Focus taken by another window (a message box, the task switcher) is not the user
             // leaving the field.
             const auto reason = static_cast<QFocusEvent*>(event)->reason();
-            if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason) run();
+            // The widget taking the focus is already the application's focus widget here.
+            const QWidget* to = QApplication::focusWidget();
+            const bool unchecked = to && to->property(kLeaveUnchecked).toBool();
+            if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason &&
+                !unchecked)
+                run();
         }
         return false;
     }

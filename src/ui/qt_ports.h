@@ -41,6 +41,9 @@ class LeaveValidator;
 LeaveValidator* validate_on_leave(QLineEdit* edit, std::function<bool()> check);
 // Checks an edited line edit now (before a command runs); true when it passes or was not edited.
 bool validate_pending(QLineEdit* edit);
+// Moving the focus to this widget (a Cancel button) checks nothing: what it abandons need not
+// be valid first.
+void leave_unchecked_for(QWidget* widget);
 
 // ---- ports ------------------------------------------------------------------------------------
 

@@ -115,6 +115,12 @@ InstrumentSelectionDialog::InstrumentSelectionDialog(SetupChoices& choices, QWid
     connect(quit, &QPushButton::clicked, this, &QDialog::reject);
 }
 
+void InstrumentSelectionDialog::preselect(InstrumentModel model) {
+    const auto& profiles = model_profiles();
+    for (size_t i = 0; i < options_.size(); ++i)
+        if (profiles[i].model == model) options_[i]->setChecked(true);
+}
+
 void InstrumentSelectionDialog::continue_clicked() {
     const auto& profiles = model_profiles();
     for (size_t i = 0; i < options_.size(); ++i)
@@ -346,6 +352,23 @@ void CommunicationDialog::show_installation_description() {
     label8_->setVisible(simple);
     line8_->setVisible(!simple);
     label9_->setVisible(!simple);
+}
+
+void CommunicationDialog::preselect(const RememberedSetup& remembered) {
+    if (remembered.gpib_address) combo2_->setCurrentIndex(*remembered.gpib_address - 1);
+    if (remembered.serial_port) combo3_->setCurrentIndex(*remembered.serial_port - 1);
+    if (!remembered.interface) return;
+    switch (*remembered.interface) {
+        case Interface::GPIB:
+            if (option1_->isEnabled()) option1_->setChecked(true);
+            break;
+        case Interface::RS232:
+            option2_->setChecked(true);
+            break;
+        case Interface::None:
+            option3_->setChecked(true);
+            break;
+    }
 }
 
 void CommunicationDialog::continue_clicked() {

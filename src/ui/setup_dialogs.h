@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "link/setup_choices.h"
+#include "ui/user_settings.h"
 
 class QComboBox;
 class QFrame;
@@ -41,6 +42,8 @@ class InstrumentSelectionDialog : public SetupDialog {
     explicit InstrumentSelectionDialog(SetupChoices& choices, QWidget* parent = nullptr);
 
     QRadioButton* option(int row) const { return options_.at(row - 1); }  // row 1..18
+    // Selects the model remembered from the last run instead of the first row.
+    void preselect(InstrumentModel model);
 
   private:
     void continue_clicked();
@@ -60,6 +63,9 @@ class CommunicationDialog : public SetupDialog {
     void show_gpib_controls();
     void show_rs232_controls();
     void show_offline_controls();
+    // Selects what was remembered from the last run over the model's built-in choice; GPIB only
+    // where the model allows it.
+    void preselect(const RememberedSetup& remembered);
 
   private:
     void show_installation_description();

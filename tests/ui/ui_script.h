@@ -10,6 +10,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSettings>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <deque>
@@ -98,6 +100,14 @@ inline Step choose_model(InstrumentModel model) {
     };
 }
 
+// The window remembers files and set-up choices in QSettings: tests keep theirs in the test
+// location, apart from the user's, and each window starts with nothing remembered.
+inline void use_test_settings() {
+    QStandardPaths::setTestModeEnabled(true);
+    QCoreApplication::setOrganizationName(QStringLiteral("KelvaraTest"));
+    QSettings().clear();
+}
+
 // A window with a virtual clock, recording prompts, the simulated instruments, the dialog script
 // and a scripted file chooser; a real one runs its own modal loops on the real clock.
 struct Harness {
@@ -112,6 +122,7 @@ struct Harness {
 
     // other: transports to use instead of the simulated ones (they must outlive the harness).
     explicit Harness(bool real = false, TransportFactory* other = nullptr) {
+        use_test_settings();
         ui::MainWindowOptions o;
         o.transports = other ? other : &transports;
         o.prompts = &prompts;

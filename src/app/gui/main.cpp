@@ -57,6 +57,9 @@ int main(int argc, char** argv) {
     }
 
     QApplication app(argc, argv);
+    // What the window remembers (recent files, last folder, last set-up choices) goes to
+    // ~/.config/Tessaly/Tessaly Kelvara.conf.
+    QApplication::setOrganizationName(QStringLiteral("Tessaly"));
     QApplication::setApplicationName(QStringLiteral("Tessaly Kelvara"));
     QApplication::setApplicationVersion(QString::fromLatin1(kelvara::kVersion));
     // Ties the window to kelvara.desktop and its icon (installed in the icon theme by the

@@ -1,0 +1,592 @@
+// The window keeps the user's work: the save question on every path that would lose an edit,
+// undo and redo, a reason for every failed file command, the names' bytes, title and status
+// line, default extension, dropped and recent files, remembered set-up choices, and the keys
+// that get the user out of a field.
+#include <QApplication>
+#include <QFileDialog>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QStatusBar>
+#include <QtTest>
+
+#include "ui/code_page.h"
+#include "ui/user_settings.h"
+#include "ui_script.h"
+
+using namespace kelvara;
+using namespace kelvara::test;
+
+Q_DECLARE_METATYPE(kelvara::InstrumentModel)
+
+class TestWindowWork : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+
+    static QLineEdit* cell(Harness& h, int n) {
+        return h.find<QLineEdit>(qPrintable(QStringLiteral("Text%1").arg(n)));
+    }
+    static void activate(QWidget* w) {
+        w->show();
+        QApplication::setActiveWindow(w);
+        QVERIFY(QTest::qWaitForWindowActive(w));
+    }
+    // A TAZ window offline with CURVE1.TZA (n points) read, shown and active.
+    void load(Harness& h, int points) {
+        QVERIFY(h.start(InstrumentModel::TAZ));
+        h.files.push_back(tza_file(dir, points));
+        h.w().Command1_Click();
+        activate(h.window.get());
+    }
+    static void type_and_leave(QLineEdit* edit, const QString& text) {
+        edit->setFocus(Qt::MouseFocusReason);
+        edit->selectAll();
+        QTest::keyClick(edit, Qt::Key_Backspace);
+        QTest::keyClicks(edit, text);
+        QTest::keyClick(edit, Qt::Key_Tab);
+        QCoreApplication::processEvents();
+    }
+    // Drags a file onto the window and drops it; true when the window took the drag.
+    static bool drop(Harness& h, const QList<QUrl>& urls) {
+        QMimeData data;
+        data.setUrls(urls);
+        QDragEnterEvent enter(QPoint(40, 40), Qt::CopyAction, &data, Qt::LeftButton,
+                              Qt::NoModifier);
+        enter.setAccepted(false);
+        QCoreApplication::sendEvent(h.window.get(), &enter);
+        if (!enter.isAccepted()) return false;
+        QDropEvent dropped(QPointF(40, 40), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(h.window.get(), &dropped);
+        QCoreApplication::processEvents();  // the read runs once the drop has returned
+        return true;
+    }
+    static QAction* action(Harness& h, const char* name) {
+        return h.window->findChild<QAction*>(QString::fromLatin1(name));
+    }
+    static QString title(InstrumentModel model, const QString& rest = {}) {
+        return QStringLiteral("Tessaly Kelvara - Version 8.3 - Instrument Model ") +
+               QString::fromLatin1(designation(model).data()) + rest;
+    }
+    // With KELVARA_SCREENSHOTS=DIR, the widget as shown, for a person to look at.
+    static void screenshot(QWidget& w, const QString& name) {
+        const QString folder = qEnvironmentVariable("KELVARA_SCREENSHOTS");
+        if (folder.isEmpty()) return;
+        w.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&w));
+        w.grab().save(folder + QLatin1Char('/') + name + QStringLiteral(".png"));
+    }
+    static std::string name_line(const QString& path) {
+        QFile f(path);
+        if (!f.open(QIODevice::ReadOnly)) return {};
+        return f.readLine().toStdString();
+    }
+
+  private slots:
+    void initTestCase() {
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+        use_test_settings();
+        // What the window remembers goes to the test location, never the user's settings.
+        QVERIFY2(QSettings().fileName().contains(QLatin1String("qttest")),
+                 qPrintable(QSettings().fileName()));
+    }
+
+    void save_question_data() {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("answer");  // the button; "Save fails": the file is not written
+        for (const char* path : {"New Instrument", "close", "read file", "read instrument",
+                                 "dropped file", "recent file"})
+            for (const char* answer : {"Save", "Discard", "Cancel"})
+                QTest::addRow("%s, %s", path, answer) << path << answer;
+        QTest::newRow("read file, Save fails") << "read file"
+                                               << "Save fails";
+    }
+    void save_question() {
+        QFETCH(QString, path);
+        QFETCH(QString, answer);
+        Harness h;
+        QVERIFY(h.start(InstrumentModel::TAZ, 1));
+        const QString other = tza_file(dir, 3, "OTHER");
+        h.files = {other, tza_file(dir, 5)};
+        h.w().Command1_Click();
+        h.w().Command1_Click();  // CURVE1 is open; OTHER is the second recent file
+        activate(h.window.get());
+        QVERIFY(!h.w().curve_modified());
+        type_and_leave(cell(h, 12), "371");
+        QVERIFY(h.w().curve_modified());
+
+        const QString saved = dir.filePath(QStringLiteral("saved.TAZ"));
+        QFile::remove(saved);
+        const bool goes_on = answer == "Save" || answer == "Discard";
+        QString question;
+        h.script.expect("savechanges", [&](QDialog& d) {
+            if (QTest::currentDataTag() == QLatin1String("close, Save"))
+                check_fits(d, QStringLiteral("window-save-question"));
+            question = child<QLabel>(d, "qt_msgbox_label")->text();
+            return click(d, answer == "Save fails" ? "Save" : qPrintable(answer));
+        });
+        if (answer == "Save") h.files.push_back(saved);
+        if (answer == "Save fails") h.files.push_back(dir.filePath(QStringLiteral("none/x.TAZ")));
+        bool closed = false;
+        if (path == "New Instrument") {
+            if (goes_on)
+                h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
+                    .expect("communication", choose_interface(3, false));
+            h.w().Command6_Click();
+        } else if (path == "close") {
+            closed = h.w().close();
+        } else if (path == "read file") {
+            h.files.push_back(other);
+            h.w().Command1_Click();
+        } else if (path == "read instrument") {
+            if (goes_on) h.script.expect("pickreadcurve", pick(1)).expect("readcurve", run_timed());
+            h.w().Command3_Click();
+        } else if (path == "dropped file") {
+            QVERIFY(drop(h, {QUrl::fromLocalFile(other)}));
+        } else {
+            action(h, "recentFile2")->trigger();
+        }
+        QVERIFY(h.script.steps.empty());
+        QVERIFY(h.script.unexpected.isEmpty());
+        QCOMPARE(question, QStringLiteral("Save changes to the open curve?"));
+        QCOMPARE(path == "close" ? closed : h.text("Text31") != "CURVE1", goes_on);
+        QCOMPARE(QFile::exists(saved), answer == "Save");
+        if (answer == "Save") {
+            CurveRecord c = CurveRecord::for_model(InstrumentModel::TAZ);
+            HeaderFields f = HeaderFields::for_model(InstrumentModel::TAZ);
+            RecordingPrompts quiet;
+            read_curve_file(saved.toStdString(), InstrumentModel::TAZ, c, f, quiet);
+            QCOMPARE(c.temperatures[1], 371.0);
+        }
+        if (!goes_on) {
+            QCOMPARE(h.w().curve().temperatures[1], 371.0);
+            QVERIFY(h.w().curve_modified());
+        }
+    }
+
+    void undo_and_redo() {
+        Harness h;
+        load(h, 5);
+        std::vector<CurveState> states{{h.w().curve(), h.w().header()}};
+        auto keep = [&] { states.push_back({h.w().curve(), h.w().header()}); };
+        type_and_leave(cell(h, 12), "371");
+        keep();
+        h.script.expect("insertapoint", [](QDialog& d) {
+            child<QLineEdit>(d, "Text1")->setText("0.15");
+            child<QLineEdit>(d, "Text2")->setText("385");
+            return click(d, "Command1");
+        });
+        h.w().Command8_Click();
+        keep();
+        h.script.expect("deleteapoint", pick(5));
+        h.w().Command9_Click();
+        keep();
+        h.script
+            .expect("adjustpoints",
+                    [](QDialog& d) {
+                        child<QLineEdit>(d, "txtControlPoint")->setText("390");
+                        child<QLineEdit>(d, "txtSamplePoint")->setText("391");
+                        return click(d, "cmdNextPoint");
+                    })
+            .expect("adjustpoints", press("cmdDone"));
+        h.w().cmdAdjust_Click();
+        keep();
+        QCOMPARE(h.w().curve().breakpoint_count, 5);
+        // The adjustment still names the curve "Adjusted"; one undo takes it all back.
+        QCOMPARE(h.text("Text31"), QStringLiteral("Adjusted"));
+        QCOMPARE(action(h, "actionUndo")->text(), QStringLiteral("&Undo Adjustment"));
+        QVERIFY(h.w().windowTitle().endsWith(QLatin1String("CURVE1.TZA*")));
+
+        for (int i = int(states.size()) - 2; i >= 0; --i) {
+            action(h, "actionUndo")->trigger();
+            QVERIFY2(h.w().curve() == states[i].curve, qPrintable(QString::number(i)));
+            QVERIFY(h.w().header() == states[i].fields);
+        }
+        QCOMPARE(h.text("Text31"), QStringLiteral("CURVE1"));
+        QCOMPARE(cell(h, 12)->text(), QStringLiteral("380"));
+        QCOMPARE(int(h.w().graph()->spec().series.size()), 1);
+        QVERIFY(!h.w().curve_modified());
+        QCOMPARE(h.w().windowTitle(), title(InstrumentModel::TAZ, " - CURVE1.TZA"));
+        QVERIFY(!action(h, "actionUndo")->isEnabled());
+
+        // The keys work from a grid cell that has nothing of its own to take back.
+        QLineEdit* focus = cell(h, 1);
+        focus->setFocus();
+        for (int i = 1; i < int(states.size()); ++i) {
+            QTest::keyClick(focus, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+            QVERIFY(h.w().curve() == states[i].curve);
+        }
+        QCOMPARE(h.text("Text32"), QStringLiteral("Adjusted"));
+        QTest::keyClick(focus, Qt::Key_Z, Qt::ControlModifier);
+        QVERIFY(h.w().curve() == states[states.size() - 2].curve);
+        QVERIFY(h.prompts.shown.empty());
+    }
+
+    void failure_messages_data() {
+        QTest::addColumn<InstrumentModel>("model");
+        QTest::addColumn<bool>("reading");
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QByteArray>("content");   // written into the file first; null: none
+        QTest::addColumn<QString>("setpoint");     // put in Text33 before writing
+        QTest::addColumn<QString>("shown_first");  // the Parts' own message, or ""
+        QTest::addColumn<bool>("reason");          // a message with file name and reason
+        const QByteArray none;
+        QTest::newRow("TAZ that is not one")
+            << InstrumentModel::TAZ << true << "bad.TAZ" << QByteArray("garbage\r\n") << ""
+            << "" << true;
+        QTest::newRow("TZA cut short") << InstrumentModel::TAZ << true << "short.TZA"
+                                       << QByteArray("Name: A\r\nSerial number: B\r\n") << ""
+                                       << "" << true;
+        QTest::newRow("file that does not exist")
+            << InstrumentModel::TAZ << true << "missing.TAZ" << none << ""
+            << "" << true;
+        QTest::newRow("DUN not one")
+            << InstrumentModel::KIP << true << "bad.DUN" << QByteArray("x\r\n") << ""
+            << "Bad file format." << true;
+        QTest::newRow("wrong type read")
+            << InstrumentModel::TAZ << true << "curve.NAV" << QByteArray("x") << ""
+            << "Wrong file type. Must use file with '.TAZ' or '.TZA' extension." << false;
+        QTest::newRow("write with an empty setpoint")
+            << InstrumentModel::TAZ << false << "empty.TAZ" << none << ""
+            << "" << true;
+        QTest::newRow("write into a missing folder")
+            << InstrumentModel::TAZ << false << "none/x.TAZ" << none << "375"
+            << "" << true;
+        QTest::newRow("wrong type write")
+            << InstrumentModel::TAZ << false << "curve.HOX" << none << "375"
+            << "Wrong file type. Must use file with '.TAZ' or '.TZA' extension." << false;
+    }
+    void failure_messages() {
+        QFETCH(InstrumentModel, model);
+        QFETCH(bool, reading);
+        QFETCH(QString, file);
+        QFETCH(QByteArray, content);
+        QFETCH(QString, setpoint);
+        QFETCH(QString, shown_first);
+        QFETCH(bool, reason);
+        Harness h;
+        QVERIFY(h.start(model));
+        const QString path = dir.filePath(file);
+        QFile::remove(path);
+        if (!content.isNull()) {
+            QFile f(path);
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write(content);
+        }
+        h.files.push_back(path);
+        if (reading) {
+            h.w().Command1_Click();
+        } else {
+            h.find<QLineEdit>("Text33")->setText(setpoint);
+            h.w().Command2_Click();
+            QVERIFY(!QFile::exists(path));
+        }
+        QStringList shown;
+        for (const auto& s : h.prompts.texts()) shown << QString::fromStdString(s);
+        QCOMPARE(shown.size(), int(!shown_first.isEmpty()) + int(reason));
+        if (!shown_first.isEmpty()) QCOMPARE(shown.front(), shown_first);
+        if (reason) {
+            const QString why = shown.back();
+            QVERIFY2(why.contains(QDir::toNativeSeparators(path)), qPrintable(why));
+            const int at = why.indexOf(QLatin1String("\nReason: "));
+            QVERIFY2(at > 0 && why.mid(at + 9).trimmed().size() > 0, qPrintable(why));
+            if (QTest::currentDataTag() == QLatin1String("TAZ that is not one")) {
+                QMessageBox box(QMessageBox::NoIcon, QStringLiteral("Tessaly Kelvara"), why,
+                                QMessageBox::Ok, h.window.get());
+                screenshot(box, QStringLiteral("window-failure-message"));
+            }
+        }
+        QCOMPARE(h.w().windowTitle(), title(model));  // nothing was read or written
+    }
+
+    void windows_1252_round_trip() {
+        Harness h;
+        QVERIFY(h.start(InstrumentModel::TAZ));
+        // Every byte through the name field as the window shows and takes it; the five bytes
+        // the code page leaves unassigned show as the control characters of their numbers.
+        QLineEdit* name = h.find<QLineEdit>("Text31");
+        for (int b = 0; b < 256; ++b) {
+            const std::string bytes{'A', char(b), 'Z'};
+            name->setText(ui::from_code_page(bytes));
+            QCOMPARE(ui::to_code_page(name->text()), bytes);
+            QVERIFY(ui::code_page_holds(name->text()));
+            if (b == 0x81 || b == 0x8D || b == 0x8F || b == 0x90 || b == 0x9D)
+                QCOMPARE(int(name->text()[1].unicode()), b);
+        }
+        QCOMPARE(ui::from_code_page("\x80\xb0\x9f"), QStringLiteral(u"\u20ac\u00b0\u0178"));
+        name->clear();
+
+        // A file's name and serial number come back byte for byte.
+        std::string bytes;
+        for (int b = 0x21; b < 256; ++b) bytes += char(b);
+        QFile in(dir.filePath(QStringLiteral("bytes.TZA")));
+        QVERIFY(in.open(QIODevice::WriteOnly));
+        in.write(("Name: " + bytes +
+                  "\r\nSerial number: PT100 \xb0K\r\nFormat: 2\r\nLimit: 375\r\n"
+                  "Coefficient: 1\r\nPoint 1: 0.1,300\r\nPoint 2: 0.2,200\r\n")
+                     .c_str());
+        in.close();
+        h.files = {in.fileName(), dir.filePath(QStringLiteral("back.TZA"))};
+        h.w().Command1_Click();
+        QCOMPARE(h.text("Text32"), QStringLiteral(u"PT100 \u00b0K"));
+        h.w().Command2_Click();
+        QCOMPARE(name_line(dir.filePath(QStringLiteral("back.TZA"))), "Name: " + bytes + "\r\n");
+
+        // Typing: what the code page holds goes in, anything else is refused as it is typed.
+        activate(h.window.get());
+        name->setFocus();
+        name->clear();
+        for (QChar c : QStringLiteral(u"R\u00b0\u20ac\u03a9\u2603x")) {
+            QKeyEvent key(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, QString(c));
+            QCoreApplication::sendEvent(name, &key);
+        }
+        QCOMPARE(name->text(), QStringLiteral(u"R\u00b0\u20acx"));
+        h.files = {dir.filePath(QStringLiteral("typed.TZA"))};
+        h.w().Command2_Click();
+        QCOMPARE(name_line(dir.filePath(QStringLiteral("typed.TZA"))),
+                 std::string("Name: R\xb0\x80x\r\n"));
+    }
+
+    void title_status_and_extension_data() {
+        QTest::addColumn<InstrumentModel>("model");
+        QTest::addColumn<int>("interface");  // option of the communication dialog
+        QTest::addColumn<QString>("status");
+        QTest::addColumn<QString>("type");  // what a name without extension gets
+        QTest::newRow("TAZ offline")
+            << InstrumentModel::TAZ << 3 << "Model TAZ  |  no instrument interface  |  offline"
+            << "TAZ";
+        QTest::newRow("TAZ over GPIB")
+            << InstrumentModel::TAZ << 1 << "Model TAZ  |  GPIB address 12  |  online"
+            << "TAZ";
+        QTest::newRow("KIP over RS-232")
+            << InstrumentModel::KIP << 2 << "Model KIP  |  RS-232 port 1 (/dev/ttyS0)  |  online"
+            << "NAV";
+        QTest::newRow("HOX offline")
+            << InstrumentModel::HOX << 3 << "Model HOX  |  no instrument interface  |  offline"
+            << "HOX";
+    }
+    void title_status_and_extension() {
+        QFETCH(InstrumentModel, model);
+        QFETCH(int, interface);
+        QFETCH(QString, status);
+        QFETCH(QString, type);
+        Harness h;
+        QVERIFY(h.start(model, interface));
+        auto* line = h.find<QStatusBar>("statusLine");
+        QCOMPARE(h.find<QLabel>("statusText")->text(), status);
+        QCOMPARE(h.w().windowTitle(), title(model));
+        const QString file = QStringLiteral("CURVE1.") + type;
+        h.files.push_back(write_model_curve(
+            dir.filePath(file), model, model == InstrumentModel::HOX ? 192 : 12,
+            [](int i) { return 0.1 + 0.05 * i; }, [](int i) { return 400.0 - 20 * i; }));
+        h.w().Command1_Click();
+        QCOMPARE(h.w().windowTitle(), title(model, " - " + file));
+        activate(h.window.get());
+        QVERIFY(line->isVisible());
+        if (QTest::currentDataTag() == QLatin1String("KIP over RS-232"))
+            check_fits(h.w(), QStringLiteral("window-main-status-line"));
+        type_and_leave(cell(h, 11), "401");
+        QCOMPARE(h.w().windowTitle(), title(model, " - " + file + "*"));
+
+        // A name typed without extension gets the model's first file type.
+        const QString bare = dir.filePath(QStringLiteral("NEW%1").arg(interface));
+        h.files.push_back(bare);
+        h.w().Command2_Click();
+        QVERIFY(QFile::exists(bare + "." + type));
+        QCOMPARE(h.w().windowTitle(),
+                 title(model, QStringLiteral(" - NEW%1.").arg(interface) + type));
+
+        if (interface == 3) return;
+        h.script.expect("pickreadcurve", pick(1)).expect("readcurve", run_timed());
+        h.w().Command3_Click();
+        QCOMPARE(h.w().windowTitle(), title(model, " - Instrument curve 1"));
+        // The link goes away (a cable pulled): the status line says so when told.
+        h.w().link().close();
+        h.w().update_status_line();
+        QCOMPARE(h.find<QLabel>("statusText")->text(),
+                 status.replace(QLatin1String("online"), QLatin1String("offline")));
+        QVERIFY(h.prompts.shown.empty());
+    }
+
+    void dropped_files() {
+        Harness h;
+        load(h, 4);
+        // One local file at a time.
+        QVERIFY(!drop(h, {QUrl::fromLocalFile(dir.filePath("a.TZA")),
+                          QUrl::fromLocalFile(dir.filePath("b.TZA"))}));
+        QVERIFY(!drop(h, {QUrl(QStringLiteral("https://example.org/c.TZA"))}));
+        QVERIFY(drop(h, {QUrl::fromLocalFile(tza_file(dir, 7, "DROPPED"))}));
+        QCOMPARE(h.text("Text31"), QStringLiteral("DROPPED"));
+        QCOMPARE(h.w().curve().breakpoint_count, 7);
+        QVERIFY(h.w().windowTitle().endsWith(QLatin1String(" - DROPPED.TZA")));
+        // The file commands' rules: a .NAV file is not one of TAZ's.
+        QVERIFY(drop(h, {QUrl::fromLocalFile(dir.filePath("curve.NAV"))}));
+        QCOMPARE(h.prompts.texts(),
+                 std::vector<std::string>{"Wrong file type. Must use file with '.TAZ' or '.TZA' "
+                                          "extension."});
+        QCOMPARE(h.text("Text31"), QStringLiteral("DROPPED"));
+    }
+
+    void recent_files_and_last_folder() {
+        Harness h;
+        QVERIFY(h.start(InstrumentModel::TAZ));
+        QTemporaryDir folder;
+        QStringList paths;
+        for (int i = 0; i < 9; ++i) {
+            QTemporaryDir* where = i == 8 ? &folder : &dir;
+            paths << tza_file(*where, 2 + i, qPrintable(QStringLiteral("R%1").arg(i)));
+            h.files.push_back(paths.back());
+            h.w().Command1_Click();
+        }
+        auto entry = [&](int n) {
+            return action(h, qPrintable(QStringLiteral("recentFile%1").arg(n)));
+        };
+        QVERIFY(entry(8) && !entry(9));
+        for (int n = 1; n <= 8; ++n)
+            QCOMPARE(entry(n)->text(), QStringLiteral("&%1 ").arg(n) + paths[9 - n]);
+        entry(3)->trigger();  // R6, without a file dialog
+        QCOMPARE(h.text("Text31"), QStringLiteral("R6"));
+        QCOMPARE(h.filters.size(), 9);
+        QCOMPARE(entry(1)->text(), QStringLiteral("&1 ") + paths[6]);
+        // A file gone since: said so, and dropped from the list.
+        QFile::remove(paths[5]);
+        entry(4)->trigger();
+        QVERIFY(QString::fromStdString(h.prompts.texts().back()).contains(paths[5]));
+        QVERIFY(!entry(8));
+        QCOMPARE(h.text("Text31"), QStringLiteral("R6"));
+        // Another model cannot read these types: listed, but not offered.
+        h.script.expect("instrumentselection", choose_model(InstrumentModel::KIP))
+            .expect("communication", choose_interface(3, false));
+        h.w().Command6_Click();
+        QVERIFY(!entry(1)->isEnabled());
+        action(h, "actionClearRecentFiles")->trigger();
+        QVERIFY(!entry(1));
+
+        // The file dialogs open where the last file was read (R6, after R8 in another folder).
+        QCOMPARE(ui::last_file_folder(), dir.path());
+        QString opened;
+        QTimer answer;
+        connect(&answer, &QTimer::timeout, [&] {
+            if (auto* d = qobject_cast<QFileDialog*>(QApplication::activeModalWidget())) {
+                opened = d->directory().absolutePath();
+                d->reject();
+            }
+        });
+        answer.start(10);
+        QVERIFY(!ui::choose_with_file_dialog(ui::FileDialogKind::Open, "*.TAZ (*.TAZ)", nullptr));
+        QCOMPARE(opened, QDir(dir.path()).absolutePath());
+    }
+
+    void set_up_choices_remembered() {
+        Harness h;
+        h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
+            .expect("communication",
+                    [](QDialog& d) {
+                        check_option(d, 2);
+                        child<QComboBox>(d, "Combo3")->setCurrentIndex(2);
+                        child<QComboBox>(d, "Combo2")->setCurrentIndex(4);
+                        check_option(d, 5);
+                        return click(d, "Command1");
+                    })
+            .expect("wait", run_timed());
+        QVERIFY(h.w().Form_Load());
+        QStringList preselected;
+        h.script
+            .expect("instrumentselection",
+                    [&](QDialog& d) {
+                        for (QRadioButton* option : d.findChildren<QRadioButton*>())
+                            if (option->isChecked()) preselected << option->text();
+                        return click(d, "Command1");
+                    })
+            .expect("communication", [&](QDialog& d) {
+                for (const char* option : {"Option1", "Option2", "Option3"})
+                    if (child<QRadioButton>(d, option)->isChecked()) preselected << option;
+                preselected << child<QComboBox>(d, "Combo3")->currentText()
+                            << child<QComboBox>(d, "Combo2")->currentText();
+                return click(d, "Command2");
+            });
+        h.w().Command6_Click();
+        QCOMPARE(preselected,
+                 (QStringList{"Tessaly Model TAZ", "Option2", "3  (/dev/ttyS2)", "5"}));
+    }
+
+    void escape_leaves_a_refused_cell() {
+        Harness h;
+        load(h, 5);
+        for (int field : {13, 33}) {
+            QLineEdit* edit = cell(h, field);
+            const QString before = edit->text();
+            type_and_leave(edit, field == 33 ? "0" : "abc");
+            QCOMPARE(h.prompts.shown.size(), size_t(1));  // refused, the focus comes back
+            QCOMPARE(QApplication::focusWidget(), edit);
+            QTest::keyClick(edit, Qt::Key_Escape);
+            QCOMPARE(edit->text(), before);
+            QTest::keyClick(edit, Qt::Key_Tab);
+            QCoreApplication::processEvents();
+            QVERIFY(QApplication::focusWidget() != edit);
+            QCOMPARE(h.prompts.shown.size(), size_t(1));
+            h.prompts.shown.clear();
+        }
+        QCOMPARE(h.w().curve().temperatures[2], 370.0);
+        QVERIFY(!h.w().curve_modified());
+    }
+
+    void insert_dialog_cancel_closes() {
+        Harness h;
+        load(h, 5);
+        int result = -1;
+        h.script.expect("insertapoint", [&](QDialog& d) {
+            activate(&d);
+            auto* units = child<QLineEdit>(d, "Text1");
+            units->setFocus(Qt::MouseFocusReason);
+            QTest::keyClicks(units, "abc");
+            QTest::mouseClick(child<QPushButton>(d, "Command2"), Qt::LeftButton);
+            result = d.result();
+            return result;
+        });
+        h.w().Command8_Click();
+        QCOMPARE(result, int(QDialog::Rejected));
+        QVERIFY(h.prompts.shown.empty());
+        QCOMPARE(h.w().curve().breakpoint_count, 5);
+    }
+
+    void command_mnemonics() {
+        Harness h;
+        QVERIFY(h.start(InstrumentModel::TAZ));
+        activate(h.window.get());
+        const char* const captions[] = {"Read Curve From File",
+                                        "Write Curve To File",
+                                        "Read Curve From Instrument",
+                                        "Write Curve To Instrument",
+                                        "Delete Curve From Instrument",
+                                        "New Instrument",
+                                        "Print Graph",
+                                        "Insert A Point",
+                                        "Delete A Point",
+                                        "Make Adjustment To Curve File"};
+        QString letters;
+        auto take = [&](const QString& text) {
+            QCOMPARE(text.count(QLatin1Char('&')), 1);
+            const QChar letter = text.at(text.indexOf(QLatin1Char('&')) + 1).toUpper();
+            QVERIFY2(letter.isLetter() && !letters.contains(letter), qPrintable(text));
+            letters += letter;
+        };
+        for (QAction* menu : h.find<QMenuBar>("menuBar")->actions()) take(menu->text());
+        for (int i = 0; i < 10; ++i) {
+            const QString name =
+                i < 9 ? QStringLiteral("Command%1").arg(i + 1) : QStringLiteral("cmdAdjust");
+            auto* button = h.find<QPushButton>(qPrintable(name));
+            QCOMPARE(button->text().remove(QLatin1Char('&')), QString::fromLatin1(captions[i]));
+            take(button->text());
+        }
+        // A mnemonic presses its button visibly, then clicks it.
+        QTest::keyClick(h.window.get(), Qt::Key_R, Qt::AltModifier);  // Read Curve From File
+        QTRY_COMPARE(h.filters.size(), 1);
+        QTest::keyClick(h.window.get(), Qt::Key_M, Qt::AltModifier);  // the adjustment
+        QTRY_COMPARE(h.prompts.texts(),
+                     std::vector<std::string>{"Open a curve before making an adjustment."});
+    }
+};
+
+QTEST_MAIN(TestWindowWork)
+#include "test_window_work.moc"
