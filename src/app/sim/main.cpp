@@ -4,8 +4,8 @@
 //   kelvara-sim --model TAZ [--identity TEXT] [--faults LIST] [--state FILE] [--link PATH]
 //
 // The first line on standard output is the device to open (e.g. /dev/pts/4). The instrument
-// serves until SIGINT, SIGTERM or SIGHUP; its curves live as long as the process, or in FILE
-// across runs with --state.
+// serves until SIGINT, SIGTERM or SIGHUP (or until a hang-up fault closes the terminal); its
+// curves live as long as the process, or in FILE across runs with --state.
 #include <unistd.h>
 
 #include <csignal>
@@ -16,6 +16,7 @@
 #include <string>
 
 #include "curve/model_profile.h"
+#include "link/serial_port.h"
 #include "sim/instrument.h"
 #include "sim/pty_server.h"
 #include "sim/state_file.h"
@@ -34,7 +35,19 @@ constexpr const char* kUsage =
     "  --model     TAZ, DAL, FEN, GIR, HOX, KOR, LUM, MEP, NAV, OBR, PIX, QUA/RIL, VEM, WUN,\n"
     "              ZEK, KIP, DUN or ELK\n"
     "  --identity  reply to the identification query instead of the model's own\n"
-    "  --faults    comma-separated: silent, garbage, split=N, delay=SECONDS, cut=N, busy=N\n"
+    "  --faults    comma-separated misbehaviour:\n"
+    "                silent        hears everything, answers nothing\n"
+    "                cut=N         silence after N command lines\n"
+    "                hangup=N      the line hangs up after N command lines (the terminal closes)\n"
+    "                garbage       replies replaced by printable bytes without a comma\n"
+    "                noterm        replies without their line end\n"
+    "                babble        replies that never end\n"
+    "                trickle=SEC   replies arrive one byte every SEC seconds\n"
+    "                split=N       replies arrive in N pieces\n"
+    "                delay=SEC     replies start after SEC seconds\n"
+    "                after=N       the reply faults above start after N command lines\n"
+    "                speed[=BAUD]  replies leave at the model's (or this) line speed\n"
+    "                busy=N        \"BUSY?\" answers busy N times after a save (busy=forever)\n"
     "  --state     file that keeps the user curves across runs\n"
     "  --link      also make PATH a symbolic link to the device\n"
     "Prints the device path on the first line, then serves until interrupted.\n";
@@ -80,7 +93,8 @@ int main(int argc, char** argv) {
 
     kelvara::sim::Instrument instrument(*model);
     if (!identity.empty()) instrument.set_identity(identity);
-    if (!instrument.faults.parse(faults)) {
+    const kelvara::SerialSettings line = kelvara::profile(*model).serial;
+    if (!instrument.faults.parse(faults, line.baud)) {
         std::cerr << "kelvara-sim: cannot understand --faults " << faults << "\n";
         return 2;
     }
@@ -92,6 +106,7 @@ int main(int argc, char** argv) {
     }
 
     kelvara::sim::PtyServer server(instrument);
+    server.bits_per_character = 1 + line.data_bits + (line.parity == 'N' ? 0 : 1) + line.stop_bits;
     if (!server.open(&error)) {
         std::cerr << "kelvara-sim: " << error << "\n";
         return 1;
@@ -117,6 +132,9 @@ int main(int argc, char** argv) {
               << server.slave_path() << "; interrupt to stop\n";
     server.serve();
     running = nullptr;
+    if (server.hung_up())
+        std::cerr << "kelvara-sim: hung up after " << instrument.commands_received()
+                  << " command lines\n";
     if (!link_path.empty()) ::unlink(link_path.c_str());
     return 0;
 }
