@@ -34,8 +34,10 @@ std::string name_and_serial_for_wire(HeaderFields& header);
 
 // Reads the part of a curve reply that follows the header's three code characters: the
 // name-and-serial field, the coefficient, the count and the pairs (the instrument's first and
-// last pair are not part of the curve). `rest` starts at the name.
-void take_curve_from_reply(Session& s, std::string rest);
+// last pair are not part of the curve). `rest` starts at the name. False when the reply does
+// not hold a curve the model can take: a count that is no number or out of range, or fewer
+// numbers than it announces.
+bool take_curve_from_reply(Session& s, std::string rest);
 
 // The pick lists after location n was erased: its entries become the bare number and every
 // list selects its first entry.
@@ -44,8 +46,5 @@ void show_erased_location(Session& s, const std::string& n);
 // "0.00000" for sensor units, "000.0" for temperatures.
 std::string older_units_text(double value);
 std::string older_temperature_text(double value);
-
-// The interface check every procedure starts with.
-bool interface_is_gpib_or_rs232(Session& s);
 
 }  // namespace kelvara

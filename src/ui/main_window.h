@@ -110,8 +110,11 @@ class MainWindow : public QWidget, private Views {
     void open_link(SetupChoices& choices);
     void read_catalogue();
     bool read_with_file_dialog();  // the read command, shared with dialogcontainer
-    void run_transfer(const QString& name, const char* title, const QString& first_label,
-                      void (*procedure)(Session&));
+    TransferResult run_transfer(const QString& name, const char* title, const QString& first_label,
+                                TransferResult (*procedure)(Session&));
+    // After a dead line or a cancel the link is closed: no instrument command until the user
+    // connects again.
+    void go_offline(const std::string& why);
     int show_dialog(QDialog& dialog);
     Session session(Progress& progress);
 
