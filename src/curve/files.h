@@ -54,6 +54,10 @@ enum class FileCommandResult {
     Failed,     // the reader or writer failed (message shown only by .DUN/.HOX readers)
 };
 
+// The wrong-file-type message the file commands would show for path and model, or "" when the
+// path names a file type of the model's family. Lets a front end refuse a path before any work.
+std::string wrong_file_type(const std::string& path, InstrumentModel model);
+
 // Dispatch by the last three characters of the path, any case. `reason` receives a one-line
 // explanation of a failure for front ends that report one (the window stays quiet).
 FileCommandResult read_curve_file(const std::string& path, InstrumentModel model,

@@ -1,6 +1,7 @@
 #include "cli_connection.h"
 
 #include <charconv>
+#include <set>
 
 #include "cli_common.h"
 #include "link/gpib_driver.h"
@@ -44,6 +45,7 @@ std::optional<std::string> parse_connection_options(Args& args, ConnectionOption
     bool have_library = false;
     int buses = 0;
     Args rest;
+    std::set<std::string> seen;
     for (std::size_t i = 0; i < args.size(); ++i) {
         std::string option = args[i];
         std::optional<std::string> value;
@@ -53,6 +55,8 @@ std::optional<std::string> parse_connection_options(Args& args, ConnectionOption
         }
         const bool takes_value = option == "--serial" || option == "--port" || option == "--gpib" ||
                                  option == "--gpib-library";
+        if ((takes_value || option == "--simulate") && !seen.insert(option).second)
+            return option + " given more than once";
         if (option == "--simulate" && !value) {
             o.simulate = true;
             ++buses;
@@ -95,6 +99,10 @@ std::optional<std::string> parse_connection_options(Args& args, ConnectionOption
         return std::string("choose exactly one of --serial, --port, --gpib and --simulate");
     if (have_library && o.interface != Interface::GPIB)
         return std::string("--gpib-library goes with --gpib");
+    if (o.interface == Interface::GPIB && !o.simulate && !profile(o.model).gpib_allowed)
+        return "the " + std::string(designation(o.model)) +
+               " has no GPIB: it is reached over RS-232 (--serial PATH or --port N), or use "
+               "--simulate";
     if (o.simulate)
         o.interface = profile(o.model).gpib_allowed ? Interface::GPIB : Interface::RS232;
     args = std::move(rest);
