@@ -100,10 +100,11 @@ TransferResult read_curve(Session& s, Kcur m) {
         return wire.result();
     const std::optional<Wire::Reply> reply = wire.read_as_is(kCurveReplyBuffer);
     if (!reply) return wire.result();
-    // Silence too means no curve here; a curve cut short or garbled is a broken exchange.
+    // Silence means no curve here, as an answer for another curve does; a reply cut short,
+    // endless or trickling is a broken exchange.
+    if (!reply->complete && !blank_reply(reply->text)) return wire.stop_with();
     if (!reply_names_curve(reply->text, curve_number_value(n)))
         return wire.stop_with(kNoCurvePresent);
-    if (!reply->complete) return wire.stop_with();
     // The header field: "S", setpoint code, thermocouple flag, then name and serial number.
     const std::string& text = reply->text;
     std::string rest = text.substr(text.find(',') + 1);

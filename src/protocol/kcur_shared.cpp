@@ -73,6 +73,10 @@ bool reply_names_curve(const std::string& reply, int n) {
     return truncate_to_int(parse_leading_number(head)) == n;
 }
 
+bool blank_reply(const std::string& reply) {
+    return reply.find_first_not_of(' ') == std::string::npos;
+}
+
 std::string name_and_serial_for_wire(HeaderFields& header) {
     if (header.name.empty()) header.name = "no name";
     if (header.serial_number.empty()) header.serial_number = "no number";

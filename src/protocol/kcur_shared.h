@@ -28,6 +28,9 @@ void report_percent(Progress& progress, int done, int total);
 // (a silent instrument, a GPIB read that returned nothing) never matches, not even curve 0.
 bool reply_names_curve(const std::string& reply, int n);
 
+// True for a reply with nothing in it: no byte arrived, or a GPIB buffer still all blanks.
+bool blank_reply(const std::string& reply);
+
 // Fills the window's name and serial fields when empty ("no name", "no number") and returns
 // the name cut to 9 characters followed by the serial number cut to 6.
 std::string name_and_serial_for_wire(HeaderFields& header);

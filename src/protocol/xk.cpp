@@ -155,10 +155,10 @@ TransferResult read_curve_from_elk(Session& s) {
     const std::optional<Wire::Reply> reply = wire.read_as_is(kCurveReplyBuffer);
     if (!reply) return wire.result();
     const std::string& text = reply->text;
+    if (!reply->complete && !blank_reply(text)) return wire.stop_with();
     if (!reply_names_curve(text, curve_number_value(nn)) ||
         text.find("BYTES FREE,") != std::string::npos)
         return wire.stop_with(kNoCurvePresent);
-    if (!reply->complete) return wire.stop_with();
     // The header field: interpolation, setpoint code, thermocouple character, name, serial.
     std::string rest = text.substr(text.find(',') + 1);
     const bool lagrangian = !rest.empty() && rest[0] == 'L';

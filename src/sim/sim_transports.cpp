@@ -75,7 +75,12 @@ void SimSerialPort::queue_reply(const std::string& reply) {
 }
 
 void SimSerialPort::write(const std::string& bytes) {
-    if (!open_ || hanging_up_) return;
+    if (!open_) return;
+    if (hanging_up_) {
+        // Nothing leaves a hung-up line: the write fails once the last reply is in.
+        if (pending_.empty()) dead_ = true;
+        return;
+    }
     for (char c : bytes) {
         if (c != '\r' && c != '\n') {
             partial_ += c;

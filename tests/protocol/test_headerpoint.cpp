@@ -216,7 +216,8 @@ TEST(Catalogue, EntryTextsForEachQueryKind) {
         SCOPED_TRACE(row.reply);
         Rig rig(row.model);
         // The other locations of a scripted catalogue answer as empty ones do.
-        if (std::string(row.query).starts_with("CRVHDR?")) rig.answer("CRVHDR?", {"               ,          ,0,0.000,0"}, true);
+        if (std::string(row.query).starts_with("CRVHDR?"))
+            rig.answer("CRVHDR?", {"               ,          ,0,0.000,0"}, true);
         if (*row.query) rig.answer(row.query, {row.reply});
         rig.connect(row.interface);
         rig.sim.faults.silent = *row.query;  // only the scripted reply, if there is one
