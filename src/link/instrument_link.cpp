@@ -164,6 +164,7 @@ void InstrumentLink::start_over() {
     dead_reason_.clear();
     cancel_.store(false);
     last_reply_ = ReplyStatus::Complete;
+    lf_owed_ = false;
     commands_sent_ = 0;
 }
 
@@ -240,8 +241,14 @@ std::string InstrumentLink::collect_serial_reply(std::size_t largest) {
     double last_arrival = clock_.now();
     double first_arrival = -1;
     for (;;) {
-        const std::string piece = serial_->take_input();
+        std::string piece = serial_->take_input();
         const double t = clock_.now();
+        // At the line's speed the LF of the last reply's CR LF may come only now: it ends
+        // nothing.
+        if (lf_owed_ && !piece.empty()) {
+            if (piece.front() == '\n') piece.erase(0, 1);
+            lf_owed_ = false;
+        }
         if (!piece.empty()) {
             if (first_arrival < 0) first_arrival = t;
             last_arrival = t;
@@ -249,6 +256,7 @@ std::string InstrumentLink::collect_serial_reply(std::size_t largest) {
             const std::size_t end = text.find_first_of("\r\n");
             if (end != std::string::npos) {
                 last_reply_ = end > largest ? ReplyStatus::TooLong : ReplyStatus::Complete;
+                lf_owed_ = text[end] == '\r' && end + 1 == text.size();
                 return text;
             }
             if (text.size() > largest) {

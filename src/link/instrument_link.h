@@ -101,6 +101,7 @@ class InstrumentLink {
     GpibStatus status_;
     SerialSettings serial_settings_;
     ReplyStatus last_reply_ = ReplyStatus::Complete;
+    bool lf_owed_ = false;  // the last serial reply ended at a CR whose LF had not come yet
     bool dead_ = false;
     std::string dead_reason_;
     std::atomic<bool> cancel_{false};

@@ -139,22 +139,21 @@ void PtyServer::send(const std::string& reply) {
     for (std::size_t start = 0, piece = 0; start < reply.size() && !stopping_; ++piece) {
         const std::size_t length = piece + 1 >= pieces ? reply.size() - start : size;
         for (std::size_t at = start; at < start + length && !stopping_;) {
-            // At a pace: whatever the line has carried by now, at least one byte, then wait for
-            // the next (at most 10 ms, so a fast line still leaves in small writes).
+            // At a pace: a character is handed over once the line has carried its last bit,
+            // in writes at most 10 ms apart so that a fast line still leaves in small pieces.
             std::size_t due = start + length - at;
             if (spacing > 0) {
+                const double next = static_cast<double>(sent + 1) * spacing -
+                                    std::chrono::duration<double>(clock::now() - begin).count();
+                if (next > 0) pause(std::min(next, std::max(spacing, 0.01)));
                 const double elapsed = std::chrono::duration<double>(clock::now() - begin).count();
-                const auto carried = static_cast<std::size_t>(elapsed / spacing) + 1;
-                due = std::clamp<std::size_t>(carried > sent ? carried - sent : 0, 1, due);
+                const auto carried = static_cast<std::size_t>(elapsed / spacing);
+                if (carried <= sent) continue;
+                due = std::min(carried - sent, due);
             }
             if (!write_all(reply.data() + at, due)) return;
             at += due;
             sent += due;
-            if (spacing > 0 && at < start + length) {
-                const double next = static_cast<double>(sent) * spacing -
-                                    std::chrono::duration<double>(clock::now() - begin).count();
-                if (next > 0) pause(std::min(next, std::max(spacing, 0.01)));
-            }
         }
         start += length;
         if (start < reply.size()) pause(0.05);  // the pieces arrive as separate reads

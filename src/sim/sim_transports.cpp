@@ -8,7 +8,9 @@ SimSerialPort::SimSerialPort(Instrument& instrument, Clock& clock)
     : instrument_(instrument), clock_(clock) {}
 
 bool SimSerialPort::open(int, const std::string&, const SerialSettings& settings) {
-    if (!can_open || hanging_up_) return false;
+    // A hung-up line stays down while the instrument is set to hang up.
+    if (!can_open || (hanging_up_ && instrument_.hangup_due())) return false;
+    hanging_up_ = false;
     settings_ = settings;
     open_ = true;
     dead_ = false;
@@ -68,7 +70,8 @@ void SimSerialPort::queue_reply(const std::string& reply) {
     for (int i = 0; i < pieces; ++i) {
         const std::size_t start = size * static_cast<std::size_t>(i);
         const std::size_t length = i + 1 == pieces ? std::string::npos : size;
-        const double at = ready + 0.001 * i + static_cast<double>(start) * spacing;
+        // A character has arrived once its last bit has.
+        const double at = ready + 0.001 * i + static_cast<double>(start + 1) * spacing;
         pending_.push_back({at, spacing, reply.substr(start, length)});
     }
     line_free_at_ = ready + static_cast<double>(reply.size()) * spacing;
