@@ -20,7 +20,8 @@ void print_help(std::ostream& out) {
     out << "kelvara-cli: curve files and instrument curves without a window.\n\nUsage:\n";
     for (const auto& [name, e] : registry()) out << "  kelvara-cli " << e.usage << "\n";
     out << "\nMessages the window would show go to stderr, one line each.\n"
-           "Exit status: 0 success, 1 the operation failed, 2 usage error.\n";
+           "Exit status: 0 success, 1 the operation failed, 2 usage error, 130 (143) when\n"
+           "Ctrl-C (SIGTERM) stopped an instrument command.\n";
 }
 }  // namespace
 
