@@ -199,13 +199,9 @@ std::string out_state(const fs::path& out) {
     if (!fs::exists(out)) return "OUT absent";
     const std::string text = slurp(out);
     if (text == "OLD") return "OUT untouched";
-    int points = 0;
-    for (std::size_t at = text.find("Point "); at != std::string::npos;
-         at = text.find("Point ", at + 1))
-        ++points;
-    if (points == 0)  // .NAV layout: numbered lines
-        for (char c : text) points += c == '\n';
-    return "OUT replaced (" + std::to_string(points) + " lines)";
+    int lines = 0;
+    for (char c : text) lines += c == '\n';
+    return "OUT replaced (" + std::to_string(lines) + " lines)";
 }
 
 // A 30-point TAZ curve in location 21 read over a pseudo-terminal that misbehaves.

@@ -120,18 +120,18 @@ std::string QtSerialPort::take_input() {
 
 void QtSerialPort::check_line() {
     if (dead_) return;
+    // A line whose far end hung up, or whose adapter was pulled, reads as end-of-file and every
+    // wait on it returns at once; the descriptor's own state says so whatever Qt made of it.
+    pollfd fd{static_cast<int>(port_.handle()), POLLIN, 0};
+    if (fd.fd >= 0 && ::poll(&fd, 1, 0) == 1 && (fd.revents & (POLLHUP | POLLERR | POLLNVAL))) {
+        dead_ = true;
+        error_ = opened_ + ": the line hung up or the device was removed";
+        return;
+    }
     const QSerialPort::SerialPortError e = port_.error();
     if (e != QSerialPort::NoError && e != QSerialPort::TimeoutError) {
         dead_ = true;
         error_ = opened_ + ": " + port_.errorString().toStdString();
-        return;
-    }
-    // A line whose far end hung up reads as end-of-file without an error Qt would report, and
-    // every wait on it returns at once: the descriptor's own state tells.
-    pollfd fd{static_cast<int>(port_.handle()), POLLIN, 0};
-    if (fd.fd >= 0 && ::poll(&fd, 1, 0) == 1 && (fd.revents & (POLLHUP | POLLERR | POLLNVAL))) {
-        dead_ = true;
-        error_ = opened_ + ": the line hung up";
     }
 }
 
