@@ -201,7 +201,11 @@ std::string out_state(const fs::path& out) {
     if (text == "OLD") return "OUT untouched";
     int lines = 0;
     for (char c : text) lines += c == '\n';
-    return "OUT replaced (" + std::to_string(lines) + " lines)";
+    // The last line shows whether the curve ends as the instrument holds it.
+    std::string last = text.substr(0, text.find_last_not_of("\r\n") + 1);
+    last = last.substr(last.find_last_of('\n') + 1);
+    last = last.substr(last.find_first_not_of(' '));
+    return "OUT replaced (" + std::to_string(lines) + " lines, last \"" + last + "\")";
 }
 
 // A 30-point TAZ curve in location 21 read over a pseudo-terminal that misbehaves.
