@@ -207,19 +207,22 @@ void GuiClock::service_window() {
 }
 
 void GuiClock::pause(double seconds) {
-    const double end = now() + seconds;
-    while (now() < end) {
-        service_window();
-        if (end - now() > 0.002) QThread::msleep(1);
-    }
+    const std::atomic<bool> never{false};
+    pause_unless(seconds, never);
 }
 
 bool GuiClock::pause_unless(double seconds, const std::atomic<bool>& stop) {
+    // The window is serviced every 10 ms: often enough to paint and to notice Cancel, seldom
+    // enough to leave the processor alone; the last moments are waited out finely.
     const double end = now() + seconds;
     while (now() < end) {
         if (stop.load()) return false;
         service_window();
-        if (end - now() > 0.002) QThread::msleep(1);
+        const double left = end - now();
+        if (left > 0.012)
+            QThread::msleep(10);
+        else if (left > 0.002)
+            QThread::msleep(1);
     }
     return !stop.load();
 }

@@ -2,6 +2,8 @@
 // dead line takes the window offline with the way back named, a busy instrument and an
 // unsendable curve are reported; and the progress dialog's Cancel button, which alone gets
 // through while the window refuses every other click during a transfer.
+#include <sys/resource.h>
+
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QtTest>
@@ -22,6 +24,13 @@ const std::string kLost =
 const std::string kCancelled =
     "The instrument was disconnected after the cancel. Kelvara now works offline: choose "
     "\"New Instrument\" to connect again.";
+
+double cpu_seconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_utime.tv_sec + usage.ru_utime.tv_usec / 1e6 + usage.ru_stime.tv_sec +
+           usage.ru_stime.tv_usec / 1e6;
+}
 
 bool instrument_buttons_enabled(Harness& h) {
     for (const char* b : {"Command3", "Command4", "Command5"})
@@ -129,6 +138,7 @@ class TestTransferFaults : public QObject {
             dir.filePath(QStringLiteral("cancel.HOX")), InstrumentModel::HOX, 192,
             [](int) { return 0.0; }, [](int i) { return 300.0 - i; }));
         QElapsedTimer erase_sent, since_cancel;
+        double cpu_at_erase = 0, wait_cpu_share = 1;
         bool cancel_found = false;
         QTimer answer;
         answer.setInterval(20);
@@ -144,8 +154,12 @@ class TestTransferFaults : public QObject {
             cancel_found = cancel != nullptr;
             const sim::Instrument* sim = h.w().simulated(InstrumentModel::HOX);
             if (!cancel || !sim || sim->log().empty() || sim->log().back() != "ERASE!") return;
-            if (!erase_sent.isValid()) erase_sent.start();
+            if (!erase_sent.isValid()) {
+                erase_sent.start();
+                cpu_at_erase = cpu_seconds();
+            }
             if (erase_sent.elapsed() < 500) return;
+            wait_cpu_share = (cpu_seconds() - cpu_at_erase) / (erase_sent.elapsed() / 1000.0);
             // Half a second into the erase: the window first, which must not answer.
             QTest::mouseClick(h.find<QPushButton>("Command1"), Qt::LeftButton);
             since_cancel.start();
@@ -162,6 +176,8 @@ class TestTransferFaults : public QObject {
         h.w().Command4_Click();
         answer.stop();
         QVERIFY(cancel_found);
+        // The window stays painted during the wait without keeping a core busy.
+        QVERIFY2(wait_cpu_share < 0.05, qPrintable(QString::number(wait_cpu_share)));
         QVERIFY(since_cancel.isValid());
         QVERIFY2(since_cancel.elapsed() < 1000,
                  qPrintable(QString::number(since_cancel.elapsed())));
