@@ -84,6 +84,8 @@ bool QtSerialPort::open(int port, const std::string& device, const SerialSetting
         port_.close();
         return false;
     }
+    // A setting the pseudo-terminal refused is no sign of a dead line later.
+    port_.clearError();
     error_.clear();
     return true;
 }
