@@ -2,11 +2,13 @@
 # Builds the benchmark and runs it in-process, against kelvara-sim on a pseudo-terminal, through
 # the simulated GPIB library, and through kelvara-sim's GPIB adapters on a pseudo-terminal (USB)
 # and on TCP (Ethernet). Each run writes and reads back 200 points: several minutes in all.
-#   bench/run_bench.sh [BUILD_DIR]      (default: build)
+# Then the fault cases of kelvara-cli in real time (bench_faults).
+#   bench/run_bench.sh [BUILD_DIR] [bench_faults options, e.g. --cli OTHER/kelvara-cli]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build="${1:-build}"
-cmake --build "$build" --target bench_taz_transfer kelvara-sim kelvara_sim_gpib
+shift || true
+cmake --build "$build" --target bench_taz_transfer bench_faults kelvara-sim kelvara_sim_gpib
 bench="$build/bench/bench_taz_transfer"
 status=0
 "$bench" || status=1
@@ -27,4 +29,5 @@ against() {  # against BENCH_OPTION SIM_OPTIONS...
 against --serial
 against --prologix --prologix
 against --prologix-host --prologix-tcp 0
+"$build/bench/bench_faults" "$@" || status=1
 exit $status

@@ -99,6 +99,14 @@ std::string file_filter(InstrumentModel model, Prompts& prompts) {
     return {};
 }
 
+std::string wrong_file_type(const std::string& path, InstrumentModel model) {
+    const CurveFileFamily family = family_of(model);
+    const std::string ext = extension_of(path);
+    for (const FileType& type : kFileTypes)
+        if (type.family == family && ext == type.extension) return {};
+    return wrong_type_message(family);
+}
+
 FileCommandResult read_curve_file(const std::string& path, InstrumentModel model,
                                   CurveRecord& curve, HeaderFields& fields, Prompts& prompts,
                                   std::string* reason) {

@@ -56,6 +56,10 @@ enum class FileCommandResult {
     Failed,     // the reader or writer failed (message shown only by .DUN/.HOX readers)
 };
 
+// The wrong-file-type message the file commands would show for path and model, or "" when the
+// path names a file type of the model's family. Lets a front end refuse a path before any work.
+std::string wrong_file_type(const std::string& path, InstrumentModel model);
+
 // Dispatch by the last three characters of the path, any case. `reason` receives, for Failed and
 // WrongType, a one-line reason without the file's name (FileError's text; for WrongType
 // "model TAZ uses only .TAZ and .TZA files"); the front end adds the name.

@@ -286,6 +286,12 @@ std::optional<int> to_int32(std::string_view text) {
     return static_cast<int>(r);
 }
 
+std::optional<int> truncate_to_int(double value) {
+    const double whole = std::trunc(value);
+    if (!(whole >= -2147483648.0 && whole <= 2147483647.0)) return std::nullopt;
+    return static_cast<int>(whole);
+}
+
 std::string shortest_text(double value) {
     if (!std::isfinite(value)) return "0";
     char buf[64];

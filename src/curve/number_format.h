@@ -32,6 +32,11 @@ bool is_numeric_text(std::string_view text);
 // exponents allowed, rounded half to even); nullopt for anything else or out of range.
 std::optional<int> to_int32(std::string_view text);
 
+// A number taken from a reply or a file as an int, cut toward zero as an integer conversion
+// does; nullopt when it is not finite or lies outside the int range, where the conversion
+// itself would be undefined.
+std::optional<int> truncate_to_int(double value);
+
 // Shortest text that reads back as the same double, fixed notation where reasonable
 // ("375", "0.1", "1.5E-05"). This is the "ordinary text form" of a number kept in a field.
 std::string general_text(double value);

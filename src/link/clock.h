@@ -2,6 +2,7 @@
 // instantly and records every pause, so tests assert exact waits without waiting.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <vector>
 
@@ -12,6 +13,9 @@ class Clock {
     virtual ~Clock() = default;
     virtual double now() = 0;                // seconds, monotonic
     virtual void pause(double seconds) = 0;  // busy wait: the user interface is not serviced
+    // A pause that ends early once `stop` is set (a cancelled transfer must not sit out a 20 s
+    // wait); false when it did. The default looks at `stop` only before pausing.
+    virtual bool pause_unless(double seconds, const std::atomic<bool>& stop);
     // One pass of the event loop while a serial reply is awaited; the virtual clock advances by a
     // small step instead so that a silent instrument times out.
     virtual void yield() = 0;
@@ -23,6 +27,7 @@ class RealClock : public Clock {
     explicit RealClock(std::function<void()> events = {});
     double now() override;
     void pause(double seconds) override;
+    bool pause_unless(double seconds, const std::atomic<bool>& stop) override;
     void yield() override;
 
   private:

@@ -1,6 +1,8 @@
 #include "link/instrument_link.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <utility>
 
 namespace kelvara {
 
@@ -28,6 +30,16 @@ constexpr double kAfterGpibPing = 0.2;
 constexpr double kAfterSerialPing = 1.0;
 constexpr double kSerialReplyTimeout = 10.0;
 constexpr int kPingReplySize = 80;
+// The identification reply is judged whatever its length; the bound only stops a babbling line.
+constexpr std::size_t kPingLargest = 4096;
+// A reply may come slower than the line carries it (an instrument formatting as it sends), but
+// not ten times slower for longer than two seconds: a byte every half second fails within 20 s
+// of silence at worst, and a whole curve at the line's own speed is collected to its end.
+constexpr double kTrickleFactor = 10;
+constexpr double kTrickleGrace = 2.0;
+
+constexpr int kTimo = 0x4000;
+constexpr int kEnd = 0x2000;
 
 // The status reported when the thread's status variables could not be registered.
 constexpr std::int32_t kRegistrationFailedCntl = static_cast<std::int32_t>(0xDEAD37F0u);
@@ -39,6 +51,22 @@ std::int16_t low16(std::int32_t v) {
 const SerialSettings kFallbackSettings{9600, 'O', 7, 1};
 
 }  // namespace
+
+std::string gpib_error_name(int iberr) {
+    static const std::pair<int, const char*> kNames[] = {
+        {0, "EDVR (system error)"},     {1, "ECIC (not controller-in-charge)"},
+        {2, "ENOL (no listener)"},      {3, "EADR (not addressed)"},
+        {4, "EARG (invalid argument)"}, {5, "ESAC (not system controller)"},
+        {6, "EABO (I/O aborted)"},      {7, "ENEB (no GPIB board)"},
+        {8, "EDMA (DMA error)"},        {10, "EOIP (I/O in progress)"},
+        {11, "ECAP (no capability)"},   {12, "EFSO (file system error)"},
+        {14, "EBUS (bus error)"},       {15, "ESTB (status byte lost)"},
+        {16, "ESRQ (SRQ stuck on)"},    {20, "ETAB (table problem)"},
+    };
+    for (const auto& [code, name] : kNames)
+        if (code == iberr) return name;
+    return "error " + std::to_string(iberr);
+}
 
 bool identification_accepted(const ModelProfile* profile, const std::string& reply) {
     if (profile == nullptr) return false;
@@ -130,8 +158,29 @@ void InstrumentLink::fail_rs232(SetupChoices& choices, const std::string& text) 
     choices.interface = Interface::None;
 }
 
-void InstrumentLink::setup_488(SetupChoices& choices) {
+void InstrumentLink::start_over() {
     close();
+    dead_ = false;
+    dead_reason_.clear();
+    cancel_.store(false);
+    last_reply_ = ReplyStatus::Complete;
+    lf_owed_ = false;
+    commands_sent_ = 0;
+}
+
+void InstrumentLink::quit_setup(SetupChoices& choices) {
+    close();
+    choices.interface = Interface::None;
+}
+
+void InstrumentLink::mark_dead(const std::string& reason) {
+    dead_ = true;
+    dead_reason_ = reason.empty() ? std::string("the line stopped working") : reason;
+    last_reply_ = ReplyStatus::LineDead;
+}
+
+void InstrumentLink::setup_488(SetupChoices& choices) {
+    start_over();
     interface_ = Interface::GPIB;
     choices.interface = Interface::GPIB;
 
@@ -153,7 +202,7 @@ void InstrumentLink::setup_488(SetupChoices& choices) {
     if (status_.failed())
         return fail_gpib(choices, std::string("Problem talking to instrument (ilclr).") + kOffline);
 
-    clock_.pause(kAfterClear);
+    if (!pause(kAfterClear)) return quit_setup(choices);
 
     const ModelProfile* p = find_profile(choices.model);
     std::string ping = "*IDN?";
@@ -167,26 +216,77 @@ void InstrumentLink::setup_488(SetupChoices& choices) {
     if (status_.failed())
         return fail_gpib(choices, std::string("Problem talking to instrument (ping).") + kOffline);
 
-    clock_.pause(kAfterGpibPing);
+    if (!pause(kAfterGpibPing)) return quit_setup(choices);
     const std::string reply = read_reply(kPingReplySize);
+    if (cancel_requested()) return quit_setup(choices);
     if (!identification_accepted(p, reply))
         fail_gpib(choices, p != nullptr && p->ping_reply_needs_comma ? kImproperPing : kWrongModel);
 }
 
-std::string InstrumentLink::collect_serial_reply() {
+std::string InstrumentLink::collect_serial_reply(std::size_t largest) {
     std::string text;
-    if (!serial_ || !serial_->is_open()) return text;
-    const double start = clock_.now();
-    while (clock_.now() - start < kSerialReplyTimeout) {
-        clock_.yield();
-        text += serial_->take_input();
-        if (text.find_first_of("\r\n") != std::string::npos) break;
+    if (cancel_requested()) {
+        last_reply_ = ReplyStatus::Cancelled;
+        return text;
     }
-    return text;
+    if (dead_) {
+        last_reply_ = ReplyStatus::LineDead;
+        return text;
+    }
+    if (!serial_ || !serial_->is_open()) {
+        mark_dead("the serial port is not open");
+        return text;
+    }
+    const double character = seconds_per_character(serial_settings_);
+    double last_arrival = clock_.now();
+    double first_arrival = -1;
+    for (;;) {
+        std::string piece = serial_->take_input();
+        const double t = clock_.now();
+        // At the line's speed the LF of the last reply's CR LF may come only now: it ends
+        // nothing.
+        if (lf_owed_ && !piece.empty()) {
+            if (piece.front() == '\n') piece.erase(0, 1);
+            lf_owed_ = false;
+        }
+        if (!piece.empty()) {
+            if (first_arrival < 0) first_arrival = t;
+            last_arrival = t;
+            text += piece;
+            const std::size_t end = text.find_first_of("\r\n");
+            if (end != std::string::npos) {
+                last_reply_ = end > largest ? ReplyStatus::TooLong : ReplyStatus::Complete;
+                lf_owed_ = text[end] == '\r' && end + 1 == text.size();
+                return text;
+            }
+            if (text.size() > largest) {
+                last_reply_ = ReplyStatus::TooLong;
+                return text;
+            }
+            if (t - first_arrival >
+                static_cast<double>(text.size()) * character * kTrickleFactor + kTrickleGrace) {
+                last_reply_ = ReplyStatus::Trickling;
+                return text;
+            }
+        } else if (serial_->line_dead()) {
+            mark_dead(serial_->error());
+            return text;
+        } else if (t - last_arrival >= kSerialReplyTimeout) {
+            // The time-out counts silence: a long reply still arriving at the line's speed is
+            // collected to its end.
+            last_reply_ = ReplyStatus::Silent;
+            return text;
+        }
+        if (cancel_requested()) {
+            last_reply_ = ReplyStatus::Cancelled;
+            return text;
+        }
+        clock_.yield();
+    }
 }
 
 void InstrumentLink::setup_rs232(SetupChoices& choices) {
-    close();
+    start_over();
     interface_ = Interface::RS232;
     choices.interface = Interface::RS232;
 
@@ -199,6 +299,7 @@ void InstrumentLink::setup_rs232(SetupChoices& choices) {
         settings = p->serial;
         ping = std::string(p->ping);
     }
+    serial_settings_ = settings;
 
     // A port that cannot be opened is reported like a silent instrument.
     if (!serial_ || !serial_->open(choices.serial_port, choices.serial_device, settings))
@@ -206,13 +307,15 @@ void InstrumentLink::setup_rs232(SetupChoices& choices) {
     serial_->discard_input();
 
     serial_->write(ping + "\r\n");
-    clock_.pause(kAfterSerialPing);
-    std::string reply = collect_serial_reply();
+    if (!pause(kAfterSerialPing)) return quit_setup(choices);
+    std::string reply = collect_serial_reply(kPingLargest);
     if (reply.empty()) {
+        if (cancel_requested()) return quit_setup(choices);
         serial_->discard_input();
         serial_->write(ping + "\r\n");
-        clock_.pause(kAfterSerialPing);
-        reply = collect_serial_reply();
+        if (!pause(kAfterSerialPing)) return quit_setup(choices);
+        reply = collect_serial_reply(kPingLargest);
+        if (cancel_requested()) return quit_setup(choices);
         if (reply.empty()) return fail_rs232(choices, kRs232Error);
     }
     if (!identification_accepted(p, reply)) fail_rs232(choices, kWrongModel);
@@ -221,10 +324,17 @@ void InstrumentLink::setup_rs232(SetupChoices& choices) {
 bool InstrumentLink::send_command(const std::string& text, bool clear_input) {
     switch (interface_) {
         case Interface::GPIB:
-            if (!gpib_ || device_ < 0) return false;
+            if (!gpib_ || device_ < 0 || dead_ || cancel_requested()) return false;
             gpib_->ibwrt(device_, text.data(), static_cast<long>(text.size()));
             copy_status();
-            return !status_.failed();
+            if (status_.failed()) {
+                mark_dead((status_.ibsta & kTimo) != 0
+                              ? std::string("the GPIB write timed out")
+                              : "the GPIB driver reported " + gpib_error_name(status_.iberr));
+                return false;
+            }
+            ++commands_sent_;
+            return true;
         case Interface::RS232:
             return send_command_rs232(text, clear_input);
         case Interface::None:
@@ -238,32 +348,58 @@ std::string InstrumentLink::read_reply(int buffer_size) {
         case Interface::GPIB: {
             if (buffer_size < 0) buffer_size = 0;
             std::string buffer(static_cast<std::size_t>(buffer_size), ' ');
-            if (!gpib_ || device_ < 0) return buffer;
+            if (cancel_requested()) {
+                last_reply_ = ReplyStatus::Cancelled;
+                return buffer;
+            }
+            if (!gpib_ || device_ < 0 || dead_) {
+                last_reply_ = ReplyStatus::LineDead;
+                return buffer;
+            }
             gpib_->ibrd(device_, buffer.data(), buffer_size);
             copy_status();
+            if (!status_.failed()) {
+                // Without END the instrument had more to say than the buffer holds.
+                last_reply_ =
+                    (status_.ibsta & kEnd) != 0 ? ReplyStatus::Complete : ReplyStatus::TooLong;
+            } else if ((status_.ibsta & kTimo) != 0) {
+                last_reply_ = ReplyStatus::Silent;
+            } else {
+                mark_dead("the GPIB driver reported " + gpib_error_name(status_.iberr));
+            }
             return buffer;
         }
         case Interface::RS232:
-            return read_reply_rs232();
+            return read_reply_rs232(buffer_size);
         case Interface::None:
             break;
     }
+    last_reply_ = ReplyStatus::LineDead;
     return {};
 }
 
-void InstrumentLink::pause(double seconds) {
-    clock_.pause(seconds);
+bool InstrumentLink::pause(double seconds) {
+    return clock_.pause_unless(seconds, cancel_);
 }
 
 bool InstrumentLink::send_command_rs232(const std::string& text, bool clear_input) {
-    if (!serial_ || !serial_->is_open()) return false;
+    if (dead_ || cancel_requested()) return false;
+    if (!serial_ || !serial_->is_open()) {
+        mark_dead("the serial port is not open");
+        return false;
+    }
     if (clear_input) serial_->discard_input();
     serial_->write(text + "\r\n");
+    if (serial_->line_dead()) {
+        mark_dead(serial_->error());
+        return false;
+    }
+    ++commands_sent_;
     return true;
 }
 
-std::string InstrumentLink::read_reply_rs232() {
-    return collect_serial_reply();
+std::string InstrumentLink::read_reply_rs232(int largest) {
+    return collect_serial_reply(static_cast<std::size_t>(std::max(largest, 0)));
 }
 
 void InstrumentLink::close() {

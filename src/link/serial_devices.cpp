@@ -31,6 +31,11 @@ std::pair<int, long> rank(const std::string& path) {
 
 }  // namespace
 
+double seconds_per_character(const SerialSettings& s) {
+    const int bits = 1 + s.data_bits + (s.parity == 'N' ? 0 : 1) + s.stop_bits;
+    return s.baud > 0 ? static_cast<double>(bits) / s.baud : 0;
+}
+
 void sort_serial_devices(std::vector<std::string>& devices) {
     std::erase_if(devices, [](const std::string& d) { return rank(d).first < 0; });
     std::sort(devices.begin(), devices.end(),

@@ -21,9 +21,17 @@ class SerialPort {
     virtual void write(const std::string& bytes) = 0;
     // Everything received so far and not yet taken (non-blocking).
     virtual std::string take_input() = 0;
+    // True once the line is gone for good: hung up, the device removed, an I/O error. Nothing
+    // more will arrive and writes go nowhere; error() says why.
+    virtual bool line_dead() const { return false; }
+    // Why the last open() failed or why the line died ("" when neither).
+    virtual std::string error() const { return {}; }
     // Human-readable device the port number reaches ("/dev/ttyS0"), for the window.
     virtual std::string device_name(int port) const = 0;
 };
+
+// Seconds one character takes on a line: start bit, data bits, parity bit, stop bits.
+double seconds_per_character(const SerialSettings& settings);
 
 // The Linux device that serial port n of the window reaches: the n-th of the machine's serial
 // devices, USB adapters first (/dev/ttyUSB0, 1, ..., then /dev/ttyACM0, 1, ..., then /dev/ttyS0,

@@ -6,6 +6,7 @@
 #include "curve/next_field.h"
 #include "curve/number_format.h"
 #include "protocol/headerpoint.h"
+#include "protocol/headerpoint_wire.h"
 #include "protocol/transfers.h"
 
 namespace kelvara {
@@ -70,30 +71,23 @@ void select_first_entries(PickLists& picks) {
         l->selected = l->entries.empty() ? -1 : 0;
 }
 
-void catalogue_header_point(Session& s) {
+void catalogue_header_point(Session& s, detail::Wire& wire) {
     ListField& read = s.picks.read;
+    const Interface bus = s.setup.interface;
     for (size_t i = 0; i < read.entries.size(); ++i) {
         const std::string n = curve_number_field(read.entries[i]);
-        std::string reply;
-        switch (s.setup.interface) {
-            case Interface::GPIB:
-                if (!s.link.send_command("CRVHDR? " + n, false)) {
-                    s.prompts.message(kProblemTalking);
-                    return;
-                }
-                s.link.pause(0.1);
-                reply = s.link.read_reply(80);
-                break;
-            case Interface::RS232:
-                s.link.send_command("CRVHDR? " + n, true);
-                s.link.pause(0.3);
-                reply = s.link.read_reply();
-                break;
-            default:
-                s.prompts.message(kInvalidInterface);
-                continue;
+        if (bus != Interface::GPIB && bus != Interface::RS232) {
+            s.prompts.message(kInvalidInterface);
+            continue;
         }
-        const auto [name, serial] = name_and_serial(reply);
+        const bool gpib = bus == Interface::GPIB;
+        if (!wire.send("CRVHDR? " + n, !gpib) || !wire.pause(gpib ? 0.1 : 0.3)) return;
+        const std::optional<std::string> reply = wire.read();
+        if (!reply) return;
+        // A garbled answer stops the catalogue like a silent one: the entries already named
+        // stay, and no selection is set.
+        if (!detail::header_reply_parses(*reply)) return (void)wire.fail();
+        const auto [name, serial] = name_and_serial(*reply);
         const std::string entry = header_point_entry(n, name, serial);
         read.entries[i] = entry;
         mirror_into_user_lists(s.picks, parse_leading_number(n), entry);
@@ -101,26 +95,21 @@ void catalogue_header_point(Session& s) {
     select_first_entries(s.picks);
 }
 
-// Sends a catalogue query of the older instruments; nullopt when the GPIB send failed (the
-// message is shown) or the interface is neither GPIB nor RS-232.
-std::optional<std::string> ask_catalogue(Session& s, const std::string& query, double serial_pause,
-                                         const char* failure) {
-    switch (s.setup.interface) {
-        case Interface::GPIB:
-            if (!s.link.send_command(query, false)) {
-                s.prompts.message(failure);
-                return std::nullopt;
-            }
-            s.link.pause(0.1);
-            return s.link.read_reply(1000);
-        case Interface::RS232:
-            s.link.send_command(query, true);
-            s.link.pause(serial_pause);
-            return s.link.read_reply();
-        default:
-            s.prompts.message(kInvalidInterface);
-            return std::string();
+// Sends a catalogue query of the older instruments and takes its reply: "" when the interface
+// is neither GPIB nor RS-232 (the message is shown), nullopt when the exchange failed.
+std::optional<std::string> ask_catalogue(detail::Wire& wire, const std::string& query,
+                                         double serial_pause, const char* failure) {
+    constexpr int kCatalogueReply = 1000;
+    Session& s = wire.session();
+    const Interface bus = s.setup.interface;
+    if (bus != Interface::GPIB && bus != Interface::RS232) {
+        s.prompts.message(kInvalidInterface);
+        return std::string();
     }
+    const bool gpib = bus == Interface::GPIB;
+    if (!wire.send(query, !gpib, failure) || !wire.pause(gpib ? 0.1 : serial_pause))
+        return std::nullopt;
+    return wire.read(kCatalogueReply, failure);
 }
 
 // Cuts the text up to the next comma out of rest (the comma dropped too); nullopt when there is
@@ -147,8 +136,8 @@ void name_older_location(PickLists& picks, const std::string& number, const std:
     mirror_into_user_lists(picks, value, entry);
 }
 
-void catalogue_cuid(Session& s) {
-    const auto reply = ask_catalogue(s, "CUID?", 1.1, kProblemTalking);
+void catalogue_cuid(Session& s, detail::Wire& wire) {
+    const auto reply = ask_catalogue(wire, "CUID?", 1.1, kProblemTalking);
     if (!reply) return;
     std::string rest = *reply;
     while (rest.find(',') != std::string::npos) {
@@ -163,8 +152,9 @@ void catalogue_cuid(Session& s) {
     select_first_entries(s.picks);
 }
 
-void catalogue_xdt(Session& s) {
-    const auto reply = ask_catalogue(s, "XDT", 6.0, "Problem talking to instrument, XDT command.");
+void catalogue_xdt(Session& s, detail::Wire& wire) {
+    const auto reply =
+        ask_catalogue(wire, "XDT", 6.0, "Problem talking to instrument, XDT command.");
     if (!reply) return;
     std::string rest = *reply;
     drop_field(rest);
@@ -200,22 +190,38 @@ void refresh_location_entry(PickLists& picks, PickedIn picked, const std::string
     replace_at(twin, j, entry, true);
 }
 
-void grab_curve_names(Session& s) {
+namespace detail {
+
+void read_catalogue(Wire& wire) {
+    Session& s = wire.session();
     const ModelProfile* p = find_profile(s.setup.model);
     if (!p) return;
     switch (p->catalogue) {
         case CatalogueQuery::CrvHdr:
-            catalogue_header_point(s);
+            catalogue_header_point(s, wire);
             break;
         case CatalogueQuery::Cuid:
-            catalogue_cuid(s);
+            catalogue_cuid(s, wire);
             break;
         case CatalogueQuery::Xdt:
-            catalogue_xdt(s);
+            catalogue_xdt(s, wire);
             break;
         case CatalogueQuery::None:
             break;
     }
+    // Offline the catalogue has said so already; it has read nothing.
+    const Interface bus = s.setup.interface;
+    if (bus != Interface::GPIB && bus != Interface::RS232) wire.mark_failed();
+}
+
+}  // namespace detail
+
+TransferResult grab_curve_names(Session& s) {
+    detail::Wire wire(s);
+    detail::read_catalogue(wire);
+    if (wire.result() == TransferResult::Cancelled) s.prompts.message(kCatalogueCancelled);
+    detail::settle_link(s, wire.result());
+    return wire.result();
 }
 
 }  // namespace kelvara

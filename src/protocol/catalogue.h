@@ -38,4 +38,10 @@ enum class PickedIn { Write, Delete };
 void refresh_location_entry(PickLists& picks, PickedIn picked, const std::string& n,
                             const std::string& entry);
 
+namespace detail {
+class Wire;
+// The catalogue on a procedure's own wire: the older instruments' writers end with it.
+void read_catalogue(Wire& wire);
+}  // namespace detail
+
 }  // namespace kelvara

@@ -24,32 +24,39 @@ constexpr DeleteRow kFenDelete{Route::Chosen, false, {0.1, 0.3}, {0.1, 0.3}};
 constexpr DeleteRow kMepDelete{Route::Chosen, false, {0.1, 0.1}, {0.1, 0.1}};
 constexpr DeleteRow kObrDelete{Route::Chosen, false, {0.5, 2.0}, {0.1, 0.1}};
 
-void delete_header_point_curve(Session& s, const DeleteRow& row) {
+TransferResult delete_header_point_curve(Session& s, const DeleteRow& row) {
     Wire wire(s, row.route);
-    if (!wire.check_interface()) return;
+    if (!wire.check_interface()) return wire.result();
     const std::string n = detail::picked_curve_number(s.picks.remove);
-    if (!wire.send("CRVDEL " + n + (row.save_and_poll ? ";CRVSAV" : ""))) return;
-    wire.pause(row.erase);
-    if (row.save_and_poll && !detail::poll_until_ready(s, wire)) return;
-    detail::read_back_location(s, wire, n, row.readback, detail::Refresh::FromDelete);
+    if (!wire.send("CRVDEL " + n + (row.save_and_poll ? ";CRVSAV" : "")) || !wire.pause(row.erase))
+        return wire.result();
+    bool saved = true;
+    if (row.save_and_poll) {
+        const std::optional<bool> ready = detail::poll_until_ready(s, wire);
+        if (!ready) return wire.result();
+        saved = *ready;
+    }
+    if (!detail::read_back_location(s, wire, n, row.readback, detail::Refresh::FromDelete))
+        return wire.result();
+    return saved ? wire.result() : wire.stop_with(kNotConfirmedSaved);
 }
 
 }  // namespace
 
-void delete_curve_from_taz(Session& s) {
-    delete_header_point_curve(s, kTazDelete);
+TransferResult delete_curve_from_taz(Session& s) {
+    return delete_header_point_curve(s, kTazDelete);
 }
-void delete_curve_from_dal(Session& s) {
-    delete_header_point_curve(s, kDalDelete);
+TransferResult delete_curve_from_dal(Session& s) {
+    return delete_header_point_curve(s, kDalDelete);
 }
-void delete_curve_from_fen(Session& s) {
-    delete_header_point_curve(s, kFenDelete);
+TransferResult delete_curve_from_fen(Session& s) {
+    return delete_header_point_curve(s, kFenDelete);
 }
-void delete_curve_from_mep(Session& s) {
-    delete_header_point_curve(s, kMepDelete);
+TransferResult delete_curve_from_mep(Session& s) {
+    return delete_header_point_curve(s, kMepDelete);
 }
-void delete_curve_from_obr(Session& s) {
-    delete_header_point_curve(s, kObrDelete);
+TransferResult delete_curve_from_obr(Session& s) {
+    return delete_header_point_curve(s, kObrDelete);
 }
 
 }  // namespace kelvara

@@ -1,5 +1,7 @@
 #include "protocol/headerpoint_wire.h"
 
+#include <cctype>
+
 #include "curve/next_field.h"
 #include "curve/number_format.h"
 #include "protocol/catalogue.h"
@@ -7,65 +9,47 @@
 
 namespace kelvara::detail {
 
-Wire::Wire(Session& s, Route route, bool crlf_on_gpib)
-    : s_(s), route_(route), crlf_on_gpib_(crlf_on_gpib) {}
-
-bool Wire::on_gpib() const {
-    return route_ == Route::Chosen && s_.setup.interface == Interface::GPIB;
-}
-
-bool Wire::check_interface() {
-    if (route_ == Route::Rs232Only) return true;
-    const Interface i = s_.setup.interface;
-    if (i == Interface::GPIB || i == Interface::RS232) return true;
-    s_.prompts.message(kInvalidInterface);
-    return false;
-}
-
-bool Wire::send(const std::string& command, bool clear_input) {
-    if (route_ == Route::Rs232Only) return s_.link.send_command_rs232(command, clear_input);
-    if (on_gpib()) {
-        // The GPIB driver marks the last byte itself; only the RIL procedure adds CR LF there.
-        if (s_.link.send_command(crlf_on_gpib_ ? command + "\r\n" : command, clear_input))
-            return true;
-        s_.prompts.message(kProblemTalking);
-        return false;
-    }
-    return s_.link.send_command(command, clear_input);
-}
-
-std::string Wire::read(int gpib_buffer) {
-    if (route_ == Route::Rs232Only) return s_.link.read_reply_rs232();
-    return s_.link.read_reply(gpib_buffer);
-}
-
-void Wire::pause(const Pace& pace) {
-    s_.link.pause(on_gpib() ? pace.gpib : pace.rs232);
-}
-
-bool poll_until_ready(Session& s, Wire& wire) {
+std::optional<bool> poll_until_ready(Session& s, Wire& wire) {
     constexpr int kMaxPolls = 90;
     const bool clear = !wire.on_gpib();
-    if (!wire.send("BUSY?", clear)) return false;
-    wire.pause({0.1, 0.1});
-    std::string reply = wire.read();
+    if (!wire.send("BUSY?", clear) || !wire.pause(0.1)) return std::nullopt;
+    std::optional<std::string> reply = wire.read();
+    if (!reply) return std::nullopt;
     int polls = 0;
-    while ((reply.empty() || reply[0] != '0') && polls < kMaxPolls) {
-        s.link.pause(1.0);
+    while ((reply->empty() || (*reply)[0] != '0') && polls < kMaxPolls) {
+        if (!wire.pause(1.0)) return std::nullopt;
         ++polls;
-        if (!wire.send("BUSY?", clear)) return false;
-        wire.pause({0.1, 0.1});
+        if (!wire.send("BUSY?", clear) || !wire.pause(0.1)) return std::nullopt;
         reply = wire.read();
+        if (!reply) return std::nullopt;
         s.progress.set_label(s.progress.label().empty() ? kWaitingForInstrument : "");
     }
-    return true;
+    return !reply->empty() && (*reply)[0] == '0';
+}
+
+bool header_reply_parses(const std::string& reply) {
+    std::string fields[5];
+    std::size_t begin = 0;
+    for (int k = 0; k < 5; ++k) {
+        if (begin > reply.size()) return false;
+        const std::size_t end = reply.find(',', begin);
+        if (end == std::string::npos && k < 4) return false;
+        fields[k] =
+            trim_reply_field(reply.substr(begin, end == std::string::npos ? end : end - begin));
+        begin = end == std::string::npos ? reply.size() + 1 : end + 1;
+    }
+    const auto format = reply_number(fields[2]);
+    return format && truncate_to_int(*format) && reply_number(fields[3]) && !fields[4].empty() &&
+           std::isdigit(static_cast<unsigned char>(fields[4][0]));
 }
 
 bool read_back_location(Session& s, Wire& wire, const std::string& n, const Pace& pace,
                         Refresh refresh) {
-    if (!wire.send("CRVHDR? " + n, !wire.on_gpib())) return false;
-    wire.pause(pace);
-    const auto [name, serial] = name_and_serial(wire.read());
+    if (!wire.send("CRVHDR? " + n, !wire.on_gpib()) || !wire.pause(pace)) return false;
+    const std::optional<std::string> reply = wire.read();
+    if (!reply) return false;
+    if (!header_reply_parses(*reply)) return wire.fail();
+    const auto [name, serial] = name_and_serial(*reply);
     refresh_location_entry(s.picks,
                            refresh == Refresh::FromWrite ? PickedIn::Write : PickedIn::Delete, n,
                            header_point_entry(n, name, serial));

@@ -1,53 +1,33 @@
-// How the header/point procedures put one command on the wire and take one reply. The
-// procedures differ only in rows of pauses and in a few switches; this is the common part.
+// The pieces the header/point procedures share: the "BUSY?" polling, the read-back of a
+// location into the pick lists, and the header reply.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
-#include "protocol/session.h"
+#include "protocol/wire.h"
 
 namespace kelvara::detail {
 
-// A pause that depends on the interface in use.
-struct Pace {
-    double gpib = 0;
-    double rs232 = 0;
-};
-
-// Chosen: the interface of the set-up. Rs232Only: the DAL speaks RS-232 whatever was chosen,
-// with no interface check and no failure message.
-enum class Route { Chosen, Rs232Only };
-
-class Wire {
-  public:
-    Wire(Session& s, Route route, bool crlf_on_gpib = false);
-
-    // True when the interface is GPIB or RS-232 (always for Rs232Only); otherwise shows
-    // "Invalid communication interface." and returns false.
-    bool check_interface();
-
-    // Sends one command. A GPIB send that fails shows "Problem talking to instrument." and
-    // returns false; the caller stops. clear_input discards waiting serial input first.
-    bool send(const std::string& command, bool clear_input = false);
-    std::string read(int gpib_buffer = 80);
-    void pause(const Pace& pace);
-    bool on_gpib() const;
-
-  private:
-    Session& s_;
-    Route route_;
-    bool crlf_on_gpib_;
-};
-
 // "BUSY?" until the first character of the reply is "0", at most 90 further polls, toggling the
-// progress label. Returns false when a GPIB send failed (the message has been shown).
-bool poll_until_ready(Session& s, Wire& wire);
+// progress label. True when the instrument reported ready, false when it was still busy after
+// the last poll; nullopt when the exchange failed or was cancelled.
+std::optional<bool> poll_until_ready(Session& s, Wire& wire);
 
 // Sends "CRVHDR? " n, reads the reply and refreshes the location's pick-list entries. False when
-// the send failed.
+// the exchange failed or was cancelled (the lists stay as they were).
 enum class Refresh { FromWrite, FromDelete };
 bool read_back_location(Session& s, Wire& wire, const std::string& n, const Pace& pace,
                         Refresh refresh);
+
+// True when a "CRVHDR? " reply holds what the instrument sends: name, serial number, a
+// data-format code (a number in the range of an integer), a setpoint limit (a number) and a
+// coefficient that begins with a digit.
+bool header_reply_parses(const std::string& reply);
+
+// "FREE?" on the procedure's own wire (see query_free_points).
+std::optional<std::int32_t> query_free_points(Wire& wire);
 
 // Curve number: first field of the selected entry of the list, trimmed.
 std::string picked_curve_number(const ListField& list);

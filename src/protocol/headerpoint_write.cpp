@@ -83,16 +83,15 @@ std::string header_command(const std::string& n, const SentHeader& h, bool quote
            std::to_string(h.format) + "," + h.limit + "," + std::to_string(h.coefficient);
 }
 
-void write_header_point_curve(Session& s, const WriteRow& row) {
+TransferResult write_header_point_curve(Session& s, const WriteRow& row) {
     const SentHeader header = prepare_header(s);
     Wire wire(s, row.route, row.crlf_on_gpib);
-    if (!wire.check_interface()) return;
+    if (!wire.check_interface()) return wire.result();
     const std::string n = detail::picked_curve_number(s.picks.write);
 
-    if (!wire.send("CRVDEL " + n)) return;
-    wire.pause(row.erase);
-    if (!wire.send(header_command(n, header, row.quoted))) return;
-    wire.pause(row.header);
+    if (!wire.send("CRVDEL " + n) || !wire.pause(row.erase)) return wire.result();
+    if (!wire.send(header_command(n, header, row.quoted)) || !wire.pause(row.header))
+        return wire.result();
 
     const CurveRecord& c = s.curve;
     for (int i = 1; i <= c.breakpoint_count; ++i) {
@@ -101,70 +100,76 @@ void write_header_point_curve(Session& s, const WriteRow& row) {
             "CRVPT " + n + "," + std::to_string(i) + "," +
             format_sensor_units(c.sensor_units[i - 1]) + "," +
             (row.wun_temperatures ? format_temperature_wun(t) : format_temperature(t));
-        if (!wire.send(point)) return;
-        wire.pause(row.point);
+        if (!wire.send(point) || !wire.pause(row.point)) return wire.result();
         const double fraction = static_cast<double>(i) / c.breakpoint_count;
         s.progress.set_label(kPercentCompleted + FormatNoLocale(fraction * 100, "##0.0") + "%");
         s.progress.set_fraction(fraction);
     }
 
+    bool saved = true;
     if (row.save_and_poll) {
-        if (!wire.send("CRVSAV")) return;
-        s.link.pause(1.0);
-        if (!detail::poll_until_ready(s, wire)) return;
+        if (!wire.send("CRVSAV") || !wire.pause(1.0)) return wire.result();
+        const std::optional<bool> ready = detail::poll_until_ready(s, wire);
+        if (!ready) return wire.result();
+        saved = *ready;
     }
-    if (row.reset) {
-        if (!wire.send("*RST")) return;
-        wire.pause(*row.reset);
-    }
-    detail::read_back_location(s, wire, n, row.readback, detail::Refresh::FromWrite);
+    if (row.reset && (!wire.send("*RST") || !wire.pause(*row.reset))) return wire.result();
+    if (!detail::read_back_location(s, wire, n, row.readback, detail::Refresh::FromWrite))
+        return wire.result();
+    // The instrument is read back as if it were ready; the user still has to know it was not.
+    return saved ? wire.result() : wire.stop_with(kNotConfirmedSaved);
 }
 
 }  // namespace
 
-void write_curve_to_taz(Session& s) {
-    write_header_point_curve(s, kTazWrite);
+TransferResult write_curve_to_taz(Session& s) {
+    return write_header_point_curve(s, kTazWrite);
 }
-void write_curve_to_dal(Session& s) {
-    write_header_point_curve(s, kDalWrite);
+TransferResult write_curve_to_dal(Session& s) {
+    return write_header_point_curve(s, kDalWrite);
 }
-void write_curve_to_fen(Session& s) {
-    write_header_point_curve(s, kFenWrite);
+TransferResult write_curve_to_fen(Session& s) {
+    return write_header_point_curve(s, kFenWrite);
 }
-void write_curve_to_mep(Session& s) {
-    write_header_point_curve(s, kMepWrite);
+TransferResult write_curve_to_mep(Session& s) {
+    return write_header_point_curve(s, kMepWrite);
 }
-void write_curve_to_obr(Session& s) {
-    write_header_point_curve(s, kMepWrite);
+TransferResult write_curve_to_obr(Session& s) {
+    return write_header_point_curve(s, kMepWrite);
 }
-void write_curve_to_ril(Session& s) {
-    write_header_point_curve(s, kRilWrite);
+TransferResult write_curve_to_ril(Session& s) {
+    return write_header_point_curve(s, kRilWrite);
 }
-void write_curve_to_wun(Session& s) {
-    write_header_point_curve(s, kWunWrite);
+TransferResult write_curve_to_wun(Session& s) {
+    return write_header_point_curve(s, kWunWrite);
 }
 
-std::int32_t query_free_points(Session& s) {
-    std::string reply;
-    switch (s.setup.interface) {
-        case Interface::GPIB:
-            if (!s.link.send_command("FREE?", false)) {
-                s.prompts.message(kProblemTalking);
-                return 0;
-            }
-            s.link.pause(0.1);
-            reply = s.link.read_reply(80);
-            break;
-        case Interface::RS232:
-            s.link.send_command("FREE?", true);
-            s.link.pause(0.6);
-            reply = s.link.read_reply();
-            break;
-        default:
-            s.prompts.message(kInvalidInterface);
-            return 0;
+namespace detail {
+
+std::optional<std::int32_t> query_free_points(Wire& wire) {
+    Session& s = wire.session();
+    const Interface bus = s.setup.interface;
+    if (bus != Interface::GPIB && bus != Interface::RS232) {
+        s.prompts.message(kInvalidInterface);
+        return 0;
     }
-    return to_int32(general_text(parse_leading_number(reply))).value_or(0);
+    const bool gpib = bus == Interface::GPIB;
+    if (!wire.send("FREE?", !gpib) || !wire.pause(gpib ? 0.1 : 0.6)) return std::nullopt;
+    const std::optional<std::string> reply = wire.read();
+    if (!reply) return std::nullopt;
+    const std::optional<double> free = reply_number(*reply);
+    if (!free) {
+        wire.fail();
+        return std::nullopt;
+    }
+    return to_int32(general_text(*free)).value_or(0);
+}
+
+}  // namespace detail
+
+std::optional<std::int32_t> query_free_points(Session& s) {
+    Wire wire(s);
+    return detail::query_free_points(wire);
 }
 
 }  // namespace kelvara

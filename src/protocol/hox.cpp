@@ -1,11 +1,15 @@
 // HOX: one curve of temperatures over a fixed grid of 192 sensor-unit values, addressed point by
-// point by the units themselves, plus a serial number. RS-232 only; sends are not checked.
+// point by the units themselves, plus a serial number. RS-232 only: a send fails only when the
+// line has died.
 #include <string>
 
 #include "curve/number_format.h"
 #include "protocol/older_procedures.h"
+#include "protocol/wire.h"
 
 namespace kelvara {
+
+using detail::Wire;
 
 namespace {
 
@@ -13,12 +17,6 @@ constexpr double kEraseWait = 20.1;
 constexpr double kStoreWait = 3.1;
 constexpr double kPointQueryWait = 0.6;
 constexpr std::size_t kSerialLength = 8;
-
-bool on_serial_line(Session& s) {
-    if (s.setup.interface == Interface::RS232) return true;
-    s.prompts.message("Invalid communication interface.");
-    return false;
-}
 
 double grid_units(const CurveRecord& c, int index) {
     return index < static_cast<int>(c.sensor_units.size()) ? c.sensor_units[index]
@@ -42,33 +40,37 @@ int grid_size(const Session& s) {
 
 }  // namespace
 
-void write_curve_to_hox(Session& s) {
-    if (!on_serial_line(s)) return;
+TransferResult write_curve_to_hox(Session& s) {
+    Wire wire(s);
+    if (!wire.check_interface(false)) return wire.result();
     const CurveRecord& c = s.curve;
     const int points = grid_size(s);
-    s.link.send_command("ERASE!", false);
-    s.link.pause(kEraseWait);
+    if (!wire.send("ERASE!") || !wire.pause(kEraseWait)) return wire.result();
     // Every grid point goes out, empty ones too: the instrument's table has no gaps.
     for (int i = 1; i <= points; ++i) {
         const double t =
             i - 1 < static_cast<int>(c.temperatures.size()) ? c.temperatures[i - 1] : 0.0;
-        s.link.send_command("C" + grid_text(c, i - 1) + "," + FormatNoLocale(t, "000.000"), false);
-        s.link.pause(kStoreWait);
+        if (!wire.send("C" + grid_text(c, i - 1) + "," + FormatNoLocale(t, "000.000")) ||
+            !wire.pause(kStoreWait))
+            return wire.result();
         const double percent = 100.0 * i / points;
         s.progress.set_label("PERCENT COMPLETED: " + FormatNoLocale(percent, "##0.0") + "%");
         s.progress.set_fraction(percent / 100.0);
     }
-    s.link.send_command("SID" + s.header.serial_number.substr(0, kSerialLength), false);
-    s.link.pause(kStoreWait);
+    if (!wire.send("SID" + s.header.serial_number.substr(0, kSerialLength)) ||
+        !wire.pause(kStoreWait))
+        return wire.result();
+    return wire.result();
 }
 
-void read_curve_from_hox(Session& s) {
-    if (!on_serial_line(s)) return;
+TransferResult read_curve_from_hox(Session& s) {
+    Wire wire(s);
+    if (!wire.check_interface(false)) return wire.result();
     CurveRecord& c = s.curve;
-    s.link.send_command("SID?", true);
-    s.link.pause(kStoreWait);
-    const std::string serial = s.link.read_reply();
-    s.header.serial_number = serial.substr(0, serial.find('\r'));
+    if (!wire.send("SID?", true) || !wire.pause(kStoreWait)) return wire.result();
+    const std::optional<std::string> serial = wire.read();
+    if (!serial) return wire.result();
+    s.header.serial_number = serial->substr(0, serial->find('\r'));
 
     const int points = grid_size(s);
     c.max_breakpoints = points;
@@ -80,13 +82,16 @@ void read_curve_from_hox(Session& s) {
         c.temperatures.resize(c.sensor_units.size(), UNUSED_POINT);
     c.breakpoint_count = points;
     for (int i = 1; i <= points; ++i) {
-        s.link.send_command("C?" + grid_text(c, i - 1), true);
-        s.link.pause(kPointQueryWait);
-        const std::string reply = s.link.read_reply();
-        if (is_numeric_text(reply)) {
-            c.temperatures[i - 1] = parse_leading_number(reply);
+        if (!wire.send("C?" + grid_text(c, i - 1), true) || !wire.pause(kPointQueryWait))
+            return wire.result();
+        // The instrument's own "bad point" answer is reported and read on; silence is not an
+        // answer.
+        const std::optional<std::string> reply = wire.read();
+        if (!reply) return wire.result();
+        if (const std::optional<double> t = detail::reply_number(*reply)) {
+            c.temperatures[i - 1] = *t;
         } else {
-            s.prompts.message("Bad data point: " + without_line_end(reply));
+            s.prompts.message(kBadDataPoint + without_line_end(*reply));
             c.temperatures[i - 1] = 0;
         }
         s.progress.set_label("NUMBER OF POINTS READ: " + std::to_string(i));
@@ -94,12 +99,15 @@ void read_curve_from_hox(Session& s) {
     }
     s.views.update_graph();
     s.views.show_grid_from_top();
+    return wire.result();
 }
 
-void delete_curve_from_hox(Session& s) {
-    if (!on_serial_line(s)) return;
-    s.link.send_command("ERASE!", false);
-    s.link.pause(kEraseWait);
+TransferResult delete_curve_from_hox(Session& s) {
+    Wire wire(s);
+    if (!wire.check_interface(false)) return wire.result();
+    if (!wire.send("ERASE!")) return wire.result();
+    wire.pause(kEraseWait);
+    return wire.result();
 }
 
 }  // namespace kelvara

@@ -3,12 +3,14 @@
 #include <string>
 
 #include "curve/number_format.h"
-#include "protocol/headerpoint.h"
+#include "protocol/catalogue.h"
+#include "protocol/headerpoint_wire.h"
 #include "protocol/kcur_shared.h"
 #include "protocol/older_procedures.h"
-#include "protocol/transfers.h"
 
 namespace kelvara {
+
+using detail::Wire;
 
 namespace {
 
@@ -33,21 +35,6 @@ double delay_of(Kcur m, Interface i) {
     return i == Interface::GPIB ? 0.1 : 0.6;
 }
 
-bool interface_allowed(Session& s, Kcur m) {
-    const Interface i = s.setup.interface;
-    if (rs232_only(m) ? i == Interface::RS232 : (i == Interface::GPIB || i == Interface::RS232))
-        return true;
-    s.prompts.message("Invalid communication interface.");
-    return false;
-}
-
-// Sends one command; a GPIB write the driver refuses ends the procedure.
-bool send(Session& s, const std::string& text, bool clear_input = false) {
-    if (s.link.send_command(text, clear_input)) return true;
-    s.prompts.message("Problem talking to instrument.");
-    return false;
-}
-
 // KOR and LUM only ever hold the user curve in location 11.
 std::string location_text(Kcur m, const std::string& n) {
     return m == Kcur::NAV ? " " + n : "11";
@@ -65,102 +52,111 @@ std::string header_command(Kcur m, const std::string& n) {
     return "CURV " + n + ",S";
 }
 
-void write_curve(Session& s, Kcur m) {
-    if (m == Kcur::NAV && query_free_points(s) < 100) {
-        s.prompts.message("Not enough remaining memory to write curve to the instrument.");
-        return;
+TransferResult write_curve(Session& s, Kcur m) {
+    Wire wire(s);
+    if (m == Kcur::NAV) {
+        const std::optional<std::int32_t> free = detail::query_free_points(wire);
+        if (!free) return wire.result();
+        if (*free < 100) return wire.stop_with(kNotEnoughMemory);
     }
     const int count = s.curve.breakpoint_count;
-    if (count < 2) return;
+    if (count < 2) return wire.stop_with(kNothingSent);
     choose_scaling(s);
     const std::string name_serial = name_and_serial_for_wire(s.header);
     const std::string codes = setpoint_code_of(s.header) + (s.header.thermocouple ? "9" : "0");
-    if (!interface_allowed(s, m)) return;
+    if (!wire.check_interface(!rs232_only(m))) return wire.result();
     const std::string n = m == Kcur::NAV ? curve_number_of_entry(s.picks.write.text()) : "11";
     const double delay = delay_of(m, s.setup.interface);
     const auto& u = s.transfer.transfer_units;
     const auto& t = s.transfer.transfer_temperatures;
 
-    if (!send(s, "KCUR" + location_text(m, n))) return;
-    s.link.pause(delay);
-    if (!send(s, header_command(m, n) + codes + name_serial + "," + older_units_text(u[0]) + "," +
-                     older_temperature_text(t[0]) + "," + older_units_text(u[1]) + "," +
-                     older_temperature_text(t[1]) + "*"))
-        return;
-    s.link.pause(delay);
+    if (!wire.send("KCUR" + location_text(m, n)) || !wire.pause(delay)) return wire.result();
+    if (!wire.send(header_command(m, n) + codes + name_serial + "," + older_units_text(u[0]) + "," +
+                   older_temperature_text(t[0]) + "," + older_units_text(u[1]) + "," +
+                   older_temperature_text(t[1]) + "*") ||
+        !wire.pause(delay))
+        return wire.result();
     for (int i = 2; i < count; ++i) {
-        if (m == Kcur::NAV && query_free_points(s) < 10) {
-            s.prompts.message(
-                "Not enough remaining memory to write all of curve to the instrument.");
-            return;
+        if (m == Kcur::NAV) {
+            const std::optional<std::int32_t> free = detail::query_free_points(wire);
+            if (!free) return wire.result();
+            if (*free < 10) return wire.stop_with(kNotEnoughMemoryForAll);
         }
-        if (!send(s, "ECUR" + location_text(m, n) + "," + older_units_text(u[i]) + "," +
-                         older_temperature_text(t[i])))
-            return;
-        s.link.pause(delay);
+        if (!wire.send("ECUR" + location_text(m, n) + "," + older_units_text(u[i]) + "," +
+                       older_temperature_text(t[i])) ||
+            !wire.pause(delay))
+            return wire.result();
         report_percent(s.progress, i, count - 1);
     }
-    grab_curve_names(s);
+    detail::read_catalogue(wire);
+    return wire.result();
 }
 
-void read_curve(Session& s, Kcur m) {
+TransferResult read_curve(Session& s, Kcur m) {
     const std::string n = curve_number_of_entry(s.picks.read.text());
-    if (!interface_allowed(s, m)) return;
-    const Interface bus = s.setup.interface;
-    if (!send(s, "CURV? " + n, true)) return;
-    s.link.pause(delay_of(m, bus));
-    const std::string reply = s.link.read_reply(bus == Interface::GPIB ? kCurveReplyBuffer : 80);
-    if (!reply_names_curve(reply, curve_number_value(n))) {
-        s.prompts.message("No curve present.");
-        return;
-    }
+    Wire wire(s);
+    if (!wire.check_interface(!rs232_only(m))) return wire.result();
+    if (!wire.send("CURV? " + n, true) || !wire.pause(delay_of(m, s.setup.interface)))
+        return wire.result();
+    const std::optional<Wire::Reply> reply = wire.read_as_is(kCurveReplyBuffer);
+    if (!reply) return wire.result();
+    // Silence means no curve here, as an answer for another curve does; a reply cut short,
+    // endless or trickling is a broken exchange.
+    if (!reply->complete && !blank_reply(reply->text)) return wire.stop_with();
+    if (!reply_names_curve(reply->text, curve_number_value(n)))
+        return wire.stop_with(kNoCurvePresent);
     // The header field: "S", setpoint code, thermocouple flag, then name and serial number.
-    std::string rest = reply.substr(reply.find(',') + 1);
+    const std::string& text = reply->text;
+    std::string rest = text.substr(text.find(',') + 1);
     if (rest.size() > 1) select_setpoint_from_code(s.header, rest[1]);
     s.header.thermocouple = rest.size() > 2 && rest[2] == '9';
-    take_curve_from_reply(s, rest.size() > 3 ? rest.substr(3) : std::string());
+    if (!take_curve_from_reply(s, rest.size() > 3 ? rest.substr(3) : std::string()))
+        return wire.stop_with();
     const int unknown = s.header.interpolation.find("Unknown");
     if (unknown >= 0) s.header.interpolation.selected = unknown;
     s.views.update_graph();
     s.views.show_grid_from_top();
+    return wire.result();
 }
 
-void delete_curve(Session& s, Kcur m) {
+TransferResult delete_curve(Session& s, Kcur m) {
     const std::string n = curve_number_of_entry(s.picks.remove.text());
-    if (!interface_allowed(s, m)) return;
-    if (!send(s, "KCUR" + location_text(m, n))) return;
-    s.link.pause(delay_of(m, s.setup.interface));
+    Wire wire(s);
+    if (!wire.check_interface(!rs232_only(m))) return wire.result();
+    if (!wire.send("KCUR" + location_text(m, n)) || !wire.pause(delay_of(m, s.setup.interface)))
+        return wire.result();
     show_erased_location(s, n);
+    return wire.result();
 }
 
 }  // namespace
 
-void read_curve_from_kor(Session& s) {
-    read_curve(s, Kcur::KOR);
+TransferResult read_curve_from_kor(Session& s) {
+    return read_curve(s, Kcur::KOR);
 }
-void read_curve_from_lum(Session& s) {
-    read_curve(s, Kcur::LUM);
+TransferResult read_curve_from_lum(Session& s) {
+    return read_curve(s, Kcur::LUM);
 }
-void read_curve_from_nav(Session& s) {
-    read_curve(s, Kcur::NAV);
+TransferResult read_curve_from_nav(Session& s) {
+    return read_curve(s, Kcur::NAV);
 }
-void write_curve_to_kor(Session& s) {
-    write_curve(s, Kcur::KOR);
+TransferResult write_curve_to_kor(Session& s) {
+    return write_curve(s, Kcur::KOR);
 }
-void write_curve_to_lum(Session& s) {
-    write_curve(s, Kcur::LUM);
+TransferResult write_curve_to_lum(Session& s) {
+    return write_curve(s, Kcur::LUM);
 }
-void write_curve_to_nav(Session& s) {
-    write_curve(s, Kcur::NAV);
+TransferResult write_curve_to_nav(Session& s) {
+    return write_curve(s, Kcur::NAV);
 }
-void delete_curve_from_kor(Session& s) {
-    delete_curve(s, Kcur::KOR);
+TransferResult delete_curve_from_kor(Session& s) {
+    return delete_curve(s, Kcur::KOR);
 }
-void delete_curve_from_lum(Session& s) {
-    delete_curve(s, Kcur::LUM);
+TransferResult delete_curve_from_lum(Session& s) {
+    return delete_curve(s, Kcur::LUM);
 }
-void delete_curve_from_nav(Session& s) {
-    delete_curve(s, Kcur::NAV);
+TransferResult delete_curve_from_nav(Session& s) {
+    return delete_curve(s, Kcur::NAV);
 }
 
 }  // namespace kelvara

@@ -7,6 +7,7 @@
 
 #include "curve/next_field.h"
 #include "curve/number_format.h"
+#include "protocol/wire.h"
 
 namespace kelvara {
 
@@ -56,8 +57,7 @@ std::string curve_number_of_entry(const std::string& entry) {
 }
 
 int curve_number_value(const std::string& entry) {
-    const double v = parse_leading_number(curve_number_of_entry(entry));
-    return std::isfinite(v) && std::fabs(v) < 1e9 ? static_cast<int>(v) : 0;
+    return truncate_to_int(parse_leading_number(curve_number_of_entry(entry))).value_or(0);
 }
 
 void report_percent(Progress& progress, int done, int total) {
@@ -70,7 +70,11 @@ bool reply_names_curve(const std::string& reply, int n) {
     const std::string head = reply.substr(0, 2);
     if (std::none_of(head.begin(), head.end(), [](unsigned char ch) { return std::isdigit(ch); }))
         return false;
-    return static_cast<int>(parse_leading_number(head)) == n;
+    return truncate_to_int(parse_leading_number(head)) == n;
+}
+
+bool blank_reply(const std::string& reply) {
+    return reply.find_first_not_of(' ') == std::string::npos;
 }
 
 std::string name_and_serial_for_wire(HeaderFields& header) {
@@ -79,7 +83,7 @@ std::string name_and_serial_for_wire(HeaderFields& header) {
     return header.name.substr(0, 9) + header.serial_number.substr(0, 6);
 }
 
-void take_curve_from_reply(Session& s, std::string rest) {
+bool take_curve_from_reply(Session& s, std::string rest) {
     HeaderFields& h = s.header;
     const std::string field = rest.substr(0, rest.find(','));
     if (field.size() < 9) {
@@ -99,7 +103,7 @@ void take_curve_from_reply(Session& s, std::string rest) {
     if (!rest.empty() && rest[0] == 'P') c.temperature_coefficient = 2;
 
     rest = after_comma(rest);
-    const double count_value = parse_leading_number(rest.substr(0, rest.find(',')));
+    const auto count_value = detail::reply_number(rest.substr(0, rest.find(',')));
     rest = after_comma(rest);
 
     if (c.max_breakpoints <= 0) c.max_breakpoints = max_breakpoints_of(s.setup.model);
@@ -107,19 +111,24 @@ void take_curve_from_reply(Session& s, std::string rest) {
     if (c.sensor_units.size() < slots) c.sensor_units.resize(slots, UNUSED_POINT);
     if (c.temperatures.size() < slots) c.temperatures.resize(slots, UNUSED_POINT);
 
-    // The instrument's first and last pair are its own end points, not part of the curve.
-    const double points = std::clamp(std::isfinite(count_value) ? std::trunc(count_value) - 2 : 0.0,
-                                     0.0, static_cast<double>(c.max_breakpoints));
-    const int n = static_cast<int>(points);
+    // The count takes in the instrument's own first and last pair, which are not part of the
+    // curve; a count the model cannot hold is no curve of this instrument.
+    const std::optional<int> count = count_value ? truncate_to_int(*count_value) : std::nullopt;
+    if (!count || *count < 2 || *count - 2 > c.max_breakpoints) return false;
+    const int n = *count - 2;
     int position = 1;
-    next_field(rest, position);
-    next_field(rest, position);
+    for (int k = 0; k < 2; ++k)
+        if (!detail::reply_number(next_field(rest, position))) return false;
     for (int i = 0; i < n; ++i) {
-        c.sensor_units[i] = parse_leading_number(next_field(rest, position));
-        c.temperatures[i] = parse_leading_number(next_field(rest, position));
+        const auto units = detail::reply_number(next_field(rest, position));
+        const auto temperature = detail::reply_number(next_field(rest, position));
+        if (!units || !temperature) return false;
+        c.sensor_units[i] = *units;
+        c.temperatures[i] = *temperature;
     }
     c.breakpoint_count = n;
     c.clear_unused_slots();
+    return true;
 }
 
 void show_erased_location(Session& s, const std::string& n) {
@@ -144,13 +153,6 @@ std::string older_units_text(double value) {
 }
 std::string older_temperature_text(double value) {
     return FormatNoLocale(value, "000.0");
-}
-
-bool interface_is_gpib_or_rs232(Session& s) {
-    const Interface i = s.setup.interface;
-    if (i == Interface::GPIB || i == Interface::RS232) return true;
-    s.prompts.message("Invalid communication interface.");
-    return false;
 }
 
 }  // namespace kelvara

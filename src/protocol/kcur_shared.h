@@ -28,14 +28,19 @@ void report_percent(Progress& progress, int done, int total);
 // (a silent instrument, a GPIB read that returned nothing) never matches, not even curve 0.
 bool reply_names_curve(const std::string& reply, int n);
 
+// True for a reply with nothing in it: no byte arrived, or a GPIB buffer still all blanks.
+bool blank_reply(const std::string& reply);
+
 // Fills the window's name and serial fields when empty ("no name", "no number") and returns
 // the name cut to 9 characters followed by the serial number cut to 6.
 std::string name_and_serial_for_wire(HeaderFields& header);
 
 // Reads the part of a curve reply that follows the header's three code characters: the
 // name-and-serial field, the coefficient, the count and the pairs (the instrument's first and
-// last pair are not part of the curve). `rest` starts at the name.
-void take_curve_from_reply(Session& s, std::string rest);
+// last pair are not part of the curve). `rest` starts at the name. False when the reply does
+// not hold a curve the model can take: a count that is no number or out of range, or fewer
+// numbers than it announces.
+bool take_curve_from_reply(Session& s, std::string rest);
 
 // The pick lists after location n was erased: its entries become the bare number and every
 // list selects its first entry.
@@ -44,8 +49,5 @@ void show_erased_location(Session& s, const std::string& n);
 // "0.00000" for sensor units, "000.0" for temperatures.
 std::string older_units_text(double value);
 std::string older_temperature_text(double value);
-
-// The interface check every procedure starts with.
-bool interface_is_gpib_or_rs232(Session& s);
 
 }  // namespace kelvara

@@ -22,7 +22,7 @@ struct PickLists {
 
 // The label (and a fraction for a progress bar) of the running progress dialog.
 class Progress {
-public:
+  public:
     virtual ~Progress() = default;
     virtual void set_label(const std::string& text) = 0;
     virtual std::string label() const = 0;
@@ -31,7 +31,7 @@ public:
 };
 
 class RecordingProgress : public Progress {
-public:
+  public:
     std::vector<std::string> labels;
     double fraction = -1;
     void set_label(const std::string& text) override { labels.push_back(text); }
@@ -41,15 +41,15 @@ public:
 
 // Factors of the scaling dialog.
 struct ScalingFactors {
-    double units_offset = 0;       // Text1, "Add"
-    double units_factor = 1;       // Text2, "Multiply"
-    double temperature_factor = 1; // Text3
+    double units_offset = 0;        // Text1, "Add"
+    double units_factor = 1;        // Text2, "Multiply"
+    double temperature_factor = 1;  // Text3
 };
 
 // The scaling dialog: shown with the defaults for a code; returns the factors the user
 // confirmed with OK, or nullopt when the dialog was closed another way (no scaling).
 class ScalingDialog {
-public:
+  public:
     virtual ~ScalingDialog() = default;
     virtual std::optional<ScalingFactors> ask(int scaling_code, const ScalingFactors& defaults) = 0;
 };

@@ -14,6 +14,9 @@
 
 namespace kelvara {
 
+// How an instrument procedure ended. Failed: it showed why; Cancelled: the user stopped it.
+enum class TransferResult { Done, Failed, Cancelled };
+
 // The scaled copy of the curve that the older instruments' writers send.
 struct TransferState {
     std::vector<double> transfer_units;

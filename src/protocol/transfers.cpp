@@ -1,13 +1,17 @@
 #include "protocol/transfers.h"
 
+#include <string>
+#include <vector>
+
 #include "protocol/headerpoint.h"
+#include "protocol/headerpoint_wire.h"
 #include "protocol/older_procedures.h"
 
 namespace kelvara {
 
 namespace {
 
-using Procedure = void (*)(Session&);
+using Procedure = TransferResult (*)(Session&);
 
 Procedure read_procedure(ReadProcedure p) {
     switch (p) {
@@ -99,22 +103,84 @@ Procedure delete_procedure(DeleteProcedure p) {
     return nullptr;
 }
 
-void run(Session& s, Procedure p) {
-    if (p) p(s);
+// The window's refresh calls of a read, held back until the read has succeeded.
+class DeferredViews : public Views {
+  public:
+    void update_graph() override { calls_.push_back(&Views::update_graph); }
+    void update_graph_series2() override { calls_.push_back(&Views::update_graph_series2); }
+    void show_grid_from_top() override { calls_.push_back(&Views::show_grid_from_top); }
+    void replay(Views& views) const {
+        for (auto call : calls_) (views.*call)();
+    }
+
+  private:
+    std::vector<void (Views::*)()> calls_;
+};
+
+const ModelProfile* profile_of(const Session& s) {
+    return find_profile(s.setup.model);
+}
+
+// What a cancelled write or delete has left: the location, or the HOX's one curve.
+std::string cancelled_message(Session& s, const char* what, const ListField& list,
+                              int sent_before) {
+    if (s.link.commands_sent() == sent_before)
+        return std::string(what) + " cancelled before anything was sent to the instrument.";
+    const ModelProfile* p = profile_of(s);
+    const std::string where =
+        p && p->write_locations.empty()
+            ? std::string("The instrument")
+            : "Curve location " + detail::picked_curve_number(list) + " in the instrument";
+    return std::string(what) + " cancelled. " + where + " may now hold a partial curve.";
 }
 
 }  // namespace
 
-void run_read_transfer(Session& s) {
-    if (const ModelProfile* p = find_profile(s.setup.model)) run(s, read_procedure(p->read));
+TransferResult run_read_transfer(Session& s) {
+    const ModelProfile* p = profile_of(s);
+    const Procedure procedure = p ? read_procedure(p->read) : nullptr;
+    if (!procedure) return TransferResult::Done;
+    // The read fills copies; only a whole curve replaces what the window shows.
+    CurveRecord curve = s.curve;
+    HeaderFields header = s.header;
+    TransferState transfer = s.transfer;
+    DeferredViews views;
+    Session work{s.setup, curve,     header,     s.picks,   transfer,
+                 s.link,  s.prompts, s.progress, s.scaling, views};
+    const TransferResult result = procedure(work);
+    if (result == TransferResult::Done) {
+        s.curve = std::move(curve);
+        s.header = std::move(header);
+        s.transfer = std::move(transfer);
+        views.replay(s.views);
+    }
+    if (result == TransferResult::Cancelled) s.prompts.message(kReadCancelled);
+    detail::settle_link(s, result);
+    return result;
 }
 
-void run_write_transfer(Session& s) {
-    if (const ModelProfile* p = find_profile(s.setup.model)) run(s, write_procedure(p->write));
+TransferResult run_write_transfer(Session& s) {
+    const ModelProfile* p = profile_of(s);
+    const Procedure procedure = p ? write_procedure(p->write) : nullptr;
+    if (!procedure) return TransferResult::Done;
+    const int sent_before = s.link.commands_sent();
+    const TransferResult result = procedure(s);
+    if (result == TransferResult::Cancelled)
+        s.prompts.message(cancelled_message(s, "Writing", s.picks.write, sent_before));
+    detail::settle_link(s, result);
+    return result;
 }
 
-void run_delete_transfer(Session& s) {
-    if (const ModelProfile* p = find_profile(s.setup.model)) run(s, delete_procedure(p->remove));
+TransferResult run_delete_transfer(Session& s) {
+    const ModelProfile* p = profile_of(s);
+    const Procedure procedure = p ? delete_procedure(p->remove) : nullptr;
+    if (!procedure) return TransferResult::Done;
+    const int sent_before = s.link.commands_sent();
+    const TransferResult result = procedure(s);
+    if (result == TransferResult::Cancelled)
+        s.prompts.message(cancelled_message(s, "Deleting", s.picks.remove, sent_before));
+    detail::settle_link(s, result);
+    return result;
 }
 
 }  // namespace kelvara

@@ -1,15 +1,17 @@
 // ELK, DUN and KIP: "XK" erases, "XC" stores the header with the first two points, "XE" appends
 // a point, "XD" returns the whole curve in one line, "XDT" reports the free memory.
-#include <cmath>
 #include <cstdio>
 #include <string>
 
 #include "curve/number_format.h"
+#include "protocol/catalogue.h"
 #include "protocol/kcur_shared.h"
 #include "protocol/older_procedures.h"
-#include "protocol/transfers.h"
+#include "protocol/wire.h"
 
 namespace kelvara {
+
+using detail::Wire;
 
 namespace {
 
@@ -27,12 +29,6 @@ std::string two_digits(const std::string& entry) {
     char text[16];
     std::snprintf(text, sizeof text, "%02d", curve_number_value(entry));
     return text;
-}
-
-bool send(Session& s, const std::string& text, const char* failure, bool clear_input = false) {
-    if (s.link.send_command(text, clear_input)) return true;
-    s.prompts.message(failure);
-    return false;
 }
 
 // Interpolation, setpoint code and thermocouple character, then name and serial number.
@@ -74,111 +70,117 @@ constexpr WriteRules kKipWrite = {false,
                                   "Problem talking to instrument after XC command.",
                                   "Problem talking to instrument after XE command."};
 
-void write_curve(Session& s, const WriteRules& r) {
-    if (r.memory_checks && query_bytes_free(s) < 100) {
-        s.prompts.message("Not enough remaining memory to write curve to the instrument.");
-        return;
+// "XDT" on the procedure's own wire: the free bytes, 0 for a reply without them or offline.
+std::optional<int> bytes_free(Wire& wire) {
+    Session& s = wire.session();
+    const Interface bus = s.setup.interface;
+    std::string reply = "0";
+    if (bus == Interface::GPIB || bus == Interface::RS232) {
+        const bool gpib = bus == Interface::GPIB;
+        if (!wire.send("XDT", !gpib) || !wire.pause(gpib ? 0.1 : 6.0)) return std::nullopt;
+        const std::optional<std::string> answer = wire.read(kFreeReplyBuffer);
+        if (!answer) return std::nullopt;
+        reply = *answer;
+    } else {
+        s.prompts.message(kInvalidInterface);
+    }
+    const auto comma = reply.find(',');
+    if (comma == std::string::npos || comma <= kFreeFieldSuffix) return 0;
+    return truncate_to_int(parse_leading_number(reply.substr(0, comma - kFreeFieldSuffix)))
+        .value_or(0);
+}
+
+TransferResult write_curve(Session& s, const WriteRules& r) {
+    Wire wire(s);
+    if (r.memory_checks) {
+        const std::optional<int> free = bytes_free(wire);
+        if (!free) return wire.result();
+        if (*free < 100) return wire.stop_with(kNotEnoughMemory);
     }
     const int count = s.curve.breakpoint_count;
-    if (count < 2) return;
+    if (count < 2) return wire.stop_with(kNothingSent);
     choose_scaling(s);
     const std::string header = header_field(s);
     const std::string nn = two_digits(s.picks.write.text());
-    if (!interface_is_gpib_or_rs232(s)) return;
+    if (!wire.check_interface()) return wire.result();
     const auto& u = s.transfer.transfer_units;
     const auto& t = s.transfer.transfer_temperatures;
 
-    if (!send(s, "XK" + nn + "*", r.erase_failure)) return;
-    s.link.pause(bus_delay(s, r.erase_gpib, r.erase_rs232));
-    if (!send(s,
-              "XC" + nn + "," + header + "," + older_units_text(u[0]) + "," +
-                  older_temperature_text(t[0]) + "," + older_units_text(u[1]) + "," +
-                  older_temperature_text(t[1]) + "*",
-              r.header_failure))
-        return;
+    if (!wire.send("XK" + nn + "*", false, r.erase_failure) ||
+        !wire.pause(bus_delay(s, r.erase_gpib, r.erase_rs232)))
+        return wire.result();
     const double point_delay = bus_delay(s, r.point_gpib, r.point_rs232);
-    s.link.pause(point_delay);
+    if (!wire.send("XC" + nn + "," + header + "," + older_units_text(u[0]) + "," +
+                       older_temperature_text(t[0]) + "," + older_units_text(u[1]) + "," +
+                       older_temperature_text(t[1]) + "*",
+                   false, r.header_failure) ||
+        !wire.pause(point_delay))
+        return wire.result();
     for (int i = 2; i < count; ++i) {
-        if (r.memory_checks && query_bytes_free(s) < 10) {
-            s.prompts.message(
-                "Not enough remaining memory to write all of curve to the instrument.");
-            return;
+        if (r.memory_checks) {
+            const std::optional<int> free = bytes_free(wire);
+            if (!free) return wire.result();
+            if (*free < 10) return wire.stop_with(kNotEnoughMemoryForAll);
         }
-        if (!send(
-                s,
+        if (!wire.send(
                 "XE" + nn + "," + older_units_text(u[i]) + "," + older_temperature_text(t[i]) + "*",
-                r.point_failure))
-            return;
-        s.link.pause(point_delay);
+                false, r.point_failure) ||
+            !wire.pause(point_delay))
+            return wire.result();
         report_percent(s.progress, i, count - 1);
     }
-    grab_curve_names(s);
+    detail::read_catalogue(wire);
+    return wire.result();
 }
 
 }  // namespace
 
-int query_bytes_free(Session& s) {
-    std::string reply;
-    switch (s.setup.interface) {
-        case Interface::GPIB:
-            if (!send(s, "XDT", "Problem talking to instrument.")) return 0;
-            s.link.pause(0.1);
-            reply = s.link.read_reply(kFreeReplyBuffer);
-            break;
-        case Interface::RS232:
-            s.link.send_command("XDT", true);
-            s.link.pause(6.0);
-            reply = s.link.read_reply();
-            break;
-        default:
-            s.prompts.message("Invalid communication interface.");
-            reply = "0";
-            break;
-    }
-    const auto comma = reply.find(',');
-    if (comma == std::string::npos || comma <= kFreeFieldSuffix) return 0;
-    const double bytes = parse_leading_number(reply.substr(0, comma - kFreeFieldSuffix));
-    return std::isfinite(bytes) && std::fabs(bytes) < 2e9 ? static_cast<int>(bytes) : 0;
+std::optional<int> query_bytes_free(Session& s) {
+    Wire wire(s);
+    return bytes_free(wire);
 }
 
-void write_curve_to_elk(Session& s) {
-    write_curve(s, kElkWrite);
+TransferResult write_curve_to_elk(Session& s) {
+    return write_curve(s, kElkWrite);
 }
-void write_curve_to_kip(Session& s) {
-    write_curve(s, kKipWrite);
+TransferResult write_curve_to_kip(Session& s) {
+    return write_curve(s, kKipWrite);
 }
 
-void read_curve_from_elk(Session& s) {
+TransferResult read_curve_from_elk(Session& s) {
     const std::string nn = two_digits(s.picks.read.text());
-    if (!interface_is_gpib_or_rs232(s)) return;
-    const bool gpib = s.setup.interface == Interface::GPIB;
-    if (!send(s, "XD" + nn, "Problem talking to instrument.", true)) return;
-    s.link.pause(bus_delay(s, 0.1, 0.6));
-    const std::string reply = s.link.read_reply(gpib ? kCurveReplyBuffer : 80);
-    if (!reply_names_curve(reply, curve_number_value(nn)) ||
-        reply.find("BYTES FREE,") != std::string::npos) {
-        s.prompts.message("No curve present.");
-        return;
-    }
+    Wire wire(s);
+    if (!wire.check_interface()) return wire.result();
+    if (!wire.send("XD" + nn, true) || !wire.pause(bus_delay(s, 0.1, 0.6))) return wire.result();
+    const std::optional<Wire::Reply> reply = wire.read_as_is(kCurveReplyBuffer);
+    if (!reply) return wire.result();
+    const std::string& text = reply->text;
+    if (!reply->complete && !blank_reply(text)) return wire.stop_with();
+    if (!reply_names_curve(text, curve_number_value(nn)) ||
+        text.find("BYTES FREE,") != std::string::npos)
+        return wire.stop_with(kNoCurvePresent);
     // The header field: interpolation, setpoint code, thermocouple character, name, serial.
-    std::string rest = reply.substr(reply.find(',') + 1);
+    std::string rest = text.substr(text.find(',') + 1);
     const bool lagrangian = !rest.empty() && rest[0] == 'L';
     const int pos = s.header.interpolation.find(lagrangian ? "Lagrangian" : "Straight Line");
     if (pos >= 0) s.header.interpolation.selected = pos;
     if (rest.size() > 1) select_setpoint_from_code(s.header, rest[1]);
     s.header.thermocouple = rest.size() > 2 && rest[2] == '9';
     s.transfer.thermocouple_char = rest.size() > 2 ? std::string(1, rest[2]) : std::string();
-    take_curve_from_reply(s, rest.size() > 3 ? rest.substr(3) : std::string());
+    if (!take_curve_from_reply(s, rest.size() > 3 ? rest.substr(3) : std::string()))
+        return wire.stop_with();
     s.views.update_graph();
     s.views.show_grid_from_top();
+    return wire.result();
 }
 
-void delete_curve_from_elk(Session& s) {
+TransferResult delete_curve_from_elk(Session& s) {
     const std::string nn = two_digits(s.picks.remove.text());
-    if (!interface_is_gpib_or_rs232(s)) return;
-    if (!send(s, "XK" + nn + "*", "Problem talking to instrument.")) return;
-    s.link.pause(bus_delay(s, 0.1, 0.6));
+    Wire wire(s);
+    if (!wire.check_interface()) return wire.result();
+    if (!wire.send("XK" + nn + "*") || !wire.pause(bus_delay(s, 0.1, 0.6))) return wire.result();
     show_erased_location(s, curve_number_of_entry(s.picks.remove.text()));
+    return wire.result();
 }
 
 }  // namespace kelvara

@@ -108,6 +108,7 @@ Answer handle_headerpoint_command(Instrument& in, const std::string& command) {
         return Answer::none();
     }
     if (command == "BUSY?") {
+        if (in.busy_counter() == Faults::kBusyForever) return Answer::reply("1");
         if (in.busy_counter() > 0) {
             --in.busy_counter();
             return Answer::reply("1");

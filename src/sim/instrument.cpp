@@ -19,10 +19,12 @@ std::string trimmed(const std::string& text) {
 
 // Printable, without commas or digits, so no reader mistakes it for a real answer.
 constexpr const char* kGarbage = "#?@!~%&*GARBLED*&%~!@?#";
+// Far more than the longest reply any command has.
+constexpr std::size_t kBabbleBytes = 65536;
 
 }  // namespace
 
-bool Faults::parse(const std::string& text) {
+bool Faults::parse(const std::string& text, int model_baud) {
     Faults f = *this;
     std::stringstream in(text);
     std::string item;
@@ -59,7 +61,29 @@ bool Faults::parse(const std::string& text) {
         } else if (key == "cut") {
             if (!whole(f.cut_after)) return false;
         } else if (key == "busy") {
-            if (!whole(f.busy_polls)) return false;
+            if (value == "forever")
+                f.busy_polls = kBusyForever;
+            else if (!whole(f.busy_polls))
+                return false;
+        } else if (key == "after") {
+            if (!whole(f.after)) return false;
+        } else if (key == "speed") {
+            if (value.empty())
+                f.line_baud = model_baud;
+            else if (!whole(f.line_baud) || f.line_baud == 0)
+                return false;
+        } else if (key == "hangup") {
+            if (!whole(f.hangup_after)) return false;
+        } else if (key == "trickle") {
+            const auto v = number();
+            if (!v || *v <= 0) return false;
+            f.trickle = *v;
+        } else if (key == "noterm" && value.empty()) {
+            f.no_terminator = true;
+        } else if (key == "babble" && value.empty()) {
+            f.babble = true;
+        } else if (key == "readfail") {
+            if (!whole(f.read_fails_after)) return false;
         } else {
             return false;
         }
@@ -100,8 +124,10 @@ std::string Instrument::handle(const std::string& command) {
         any_reply = true;
     }
     if (!any_reply) return {};
-    if (faults.garbage) return std::string(kGarbage) + "\r\n";
-    return replies + "\r\n";
+    if (!reply_faults_active()) return replies + "\r\n";
+    if (faults.babble) return std::string(kBabbleBytes, '#');
+    if (faults.garbage) replies = kGarbage;
+    return faults.no_terminator ? replies : replies + "\r\n";
 }
 
 Answer Instrument::handle_one_answer(const std::string& command) {

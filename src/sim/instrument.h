@@ -40,7 +40,8 @@ struct SimCurve {
     bool operator==(const SimCurve&) const = default;
 };
 
-// Misbehaviour on request, for fault tests and for trying the program's error paths.
+// Misbehaviour on request, for fault tests and for trying the program's error paths. The reply
+// faults (garbage, split, delay, trickle, noterm, babble) start after `after` command lines.
 struct Faults {
     bool silent = false;         // hears commands (they are logged) but acts on none and
                                  // answers nothing; on GPIB the device is absent: clears and
@@ -50,13 +51,28 @@ struct Faults {
     double reply_delay = 0;      // seconds before a reply is available
     int clear_failures = 0;      // GPIB device clears that fail before one succeeds
     int write_fails_after = -1;  // >= 0: GPIB writes after this many good ones fail
-    int cut_after = -1;          // >= 0: after this many command lines nothing arrives any
-                                 // more (writes still leave, replies never come)
-    int busy_polls = 0;          // "BUSY?" answers "1" this many times after each save
+    int cut_after = -1;          // >= 0: silence after this many command lines: nothing arrives
+                                 // any more (writes still leave, replies never come)
+    int busy_polls = 0;          // "BUSY?" answers "1" this many times after each save;
+                                 // kBusyForever: it never stops
+    int after = 0;               // command lines answered normally before the reply faults
+    int line_baud = 0;           // > 0: serial replies leave at this speed (bits per character
+                                 // from the port's settings); "speed" alone takes the model's
+    int hangup_after = -1;       // >= 0: the line hangs up once this many command lines were
+                                 // answered (pty: closed; serial: the port fails; GPIB: no
+                                 // listener)
+    double trickle = 0;          // > 0: serial replies arrive one byte every this many seconds
+    bool no_terminator = false;  // replies lack their line end (GPIB: END is never asserted)
+    bool babble = false;         // replies never end: a flood of bytes without a terminator
+    int read_fails_after = -1;   // >= 0: GPIB reads after this many good ones fail (bus error)
 
-    // "silent,garbage,split=3,delay=0.5,clear=2,writefail=4,cut=10,busy=3" (any subset, any
-    // order). Returns false and leaves *this unchanged when an item is not understood.
-    bool parse(const std::string& text);
+    static constexpr int kBusyForever = -1;
+
+    // "silent,garbage,split=3,delay=0.5,clear=2,writefail=4,cut=10,busy=3,busy=forever,after=5,
+    // speed,speed=1200,hangup=6,trickle=0.5,noterm,babble,readfail=4" (any subset, any order).
+    // Returns false and leaves *this unchanged when an item is not understood. `model_baud`
+    // is what "speed" alone stands for.
+    bool parse(const std::string& text, int model_baud = 9600);
 };
 
 class Instrument {
@@ -92,6 +108,12 @@ class Instrument {
     const std::vector<std::string>& log() const { return log_; }
     void clear_log() { log_.clear(); }
     int commands_received() const { return commands_received_; }
+    // True when the reply to the command line just handled is subject to the reply faults.
+    bool reply_faults_active() const { return commands_received_ > faults.after; }
+    // True once the line has hung up (Faults::hangup_after command lines were handled).
+    bool hangup_due() const {
+        return faults.hangup_after >= 0 && commands_received_ >= faults.hangup_after;
+    }
 
     Faults faults;
 

@@ -5,6 +5,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -40,6 +41,9 @@ bool PtyServer::open(std::string* error) {
     if (::tcsetattr(slave_, TCSANOW, &settings) != 0) return fail("tcsetattr");
     if (::pipe(wake_) != 0) return fail("pipe");
     ::fcntl(wake_[1], F_SETFL, O_NONBLOCK);
+    // A client that stops reading must not leave the server stuck in a write that stop() cannot
+    // interrupt.
+    ::fcntl(master_, F_SETFL, ::fcntl(master_, F_GETFL) | O_NONBLOCK);
     return true;
 }
 
@@ -52,7 +56,7 @@ void PtyServer::stop() {
 
 void PtyServer::serve() {
     char buffer[4096];
-    while (!stopping_) {
+    while (!stopping_ && !hung_up_) {
         pollfd fds[2] = {{master_, POLLIN, 0}, {wake_[0], POLLIN, 0}};
         if (::poll(fds, 2, -1) < 0) {
             if (errno == EINTR) continue;
@@ -80,7 +84,17 @@ void PtyServer::handle_bytes(const char* data, long count) {
         partial_.clear();
         if (after_command) after_command();
         if (!reply.empty()) send(reply);
+        if (instrument_.hangup_due()) return hang_up();
     }
+}
+
+void PtyServer::hang_up() {
+    // Closing both sides ends the terminal: its clients read end-of-file, their writes fail.
+    for (int* fd : {&master_, &slave_}) {
+        if (*fd >= 0) ::close(*fd);
+        *fd = -1;
+    }
+    hung_up_ = true;
 }
 
 void PtyServer::pause(double seconds) {
@@ -89,19 +103,57 @@ void PtyServer::pause(double seconds) {
     if (::poll(&fd, 1, static_cast<int>(seconds * 1000)) > 0) stopping_ = true;
 }
 
+bool PtyServer::write_all(const char* data, std::size_t size) {
+    std::size_t done = 0;
+    while (done < size && !stopping_) {
+        const auto n = ::write(master_, data + done, size - done);
+        if (n > 0) {
+            done += static_cast<std::size_t>(n);
+            continue;
+        }
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0 && errno != EAGAIN) return false;
+        // The terminal is full: wait until the client reads, or for stop().
+        pollfd fds[2] = {{master_, POLLOUT, 0}, {wake_[0], POLLIN, 0}};
+        if (::poll(fds, 2, -1) < 0 && errno != EINTR) return false;
+        if (fds[1].revents) stopping_ = true;
+    }
+    return done == size;
+}
+
 void PtyServer::send(const std::string& reply) {
     const Faults& f = instrument_.faults;
-    if (f.reply_delay > 0) pause(f.reply_delay);
-    const std::size_t pieces = f.split_pieces > 1 ? static_cast<std::size_t>(f.split_pieces) : 1;
+    const bool faulty = instrument_.reply_faults_active();
+    if (faulty && f.reply_delay > 0) pause(f.reply_delay);
+    double spacing = 0;  // seconds between two bytes
+    if (faulty && f.trickle > 0)
+        spacing = f.trickle;
+    else if (f.line_baud > 0)
+        spacing = static_cast<double>(bits_per_character) / f.line_baud;
+    const std::size_t pieces =
+        faulty && f.split_pieces > 1 ? static_cast<std::size_t>(f.split_pieces) : 1;
     const std::size_t size = std::max<std::size_t>(1, reply.size() / pieces);
+    using clock = std::chrono::steady_clock;
+    const auto begin = clock::now();
+    std::size_t sent = 0;
     for (std::size_t start = 0, piece = 0; start < reply.size() && !stopping_; ++piece) {
         const std::size_t length = piece + 1 >= pieces ? reply.size() - start : size;
-        std::size_t done = 0;
-        while (done < length) {
-            const auto n = ::write(master_, reply.data() + start + done, length - done);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) return;
-            done += static_cast<std::size_t>(n);
+        for (std::size_t at = start; at < start + length && !stopping_;) {
+            // At a pace: a character is handed over once the line has carried its last bit,
+            // in writes at most 10 ms apart so that a fast line still leaves in small pieces.
+            std::size_t due = start + length - at;
+            if (spacing > 0) {
+                const double next = static_cast<double>(sent + 1) * spacing -
+                                    std::chrono::duration<double>(clock::now() - begin).count();
+                if (next > 0) pause(std::min(next, std::max(spacing, 0.01)));
+                const double elapsed = std::chrono::duration<double>(clock::now() - begin).count();
+                const auto carried = static_cast<std::size_t>(elapsed / spacing);
+                if (carried <= sent) continue;
+                due = std::min(carried - sent, due);
+            }
+            if (!write_all(reply.data() + at, due)) return;
+            at += due;
+            sent += due;
         }
         start += length;
         if (start < reply.size()) pause(0.05);  // the pieces arrive as separate reads

@@ -1,5 +1,7 @@
 // A simulated instrument on a pseudo-terminal: programs open the slave device as they would a
-// serial port. Lines end at CR or LF; replies go back with "\r\n".
+// serial port. Lines end at CR or LF; replies go back with "\r\n", at the line's speed or a
+// trickle when told so. A hang-up fault closes the pseudo-terminal: its clients read end-of-file
+// and the server stops.
 #pragma once
 
 #include <functional>
@@ -21,9 +23,13 @@ class PtyServer {
     bool open(std::string* error = nullptr);
     const std::string& slave_path() const { return slave_path_; }
 
-    // Answers commands until stop(). Slow and split replies block this loop (one instrument
-    // answers one command at a time).
+    // Answers commands until stop() or a hang-up. Slow and split replies block this loop (one
+    // instrument answers one command at a time).
     void serve();
+    bool hung_up() const { return hung_up_; }
+
+    // Bits a character takes on the line (start, data, parity, stop) for the speed fault.
+    int bits_per_character = 10;
     // Safe from a signal handler or another thread.
     void stop();
 
@@ -33,13 +39,16 @@ class PtyServer {
   private:
     void handle_bytes(const char* data, long count);
     void send(const std::string& reply);
+    bool write_all(const char* data, std::size_t size);
     void pause(double seconds);
+    void hang_up();
 
     Instrument& instrument_;
     int master_ = -1;
     int slave_ = -1;
     int wake_[2] = {-1, -1};
     bool stopping_ = false;
+    bool hung_up_ = false;
     std::string slave_path_;
     std::string partial_;
 };

@@ -8,11 +8,15 @@ SimSerialPort::SimSerialPort(Instrument& instrument, Clock& clock)
     : instrument_(instrument), clock_(clock) {}
 
 bool SimSerialPort::open(int, const std::string&, const SerialSettings& settings) {
-    if (!can_open) return false;
+    // A hung-up line stays down while the instrument is set to hang up.
+    if (!can_open || (hanging_up_ && instrument_.hangup_due())) return false;
+    hanging_up_ = false;
     settings_ = settings;
     open_ = true;
+    dead_ = false;
     partial_.clear();
     pending_.clear();
+    line_free_at_ = clock_.now();
     return true;
 }
 
@@ -22,14 +26,64 @@ void SimSerialPort::close() {
     pending_.clear();
 }
 
+std::string SimSerialPort::error() const {
+    return dead_ ? "simulated port: the line hung up" : std::string();
+}
+
+std::string SimSerialPort::take_arrived(bool one_piece) {
+    std::string out;
+    const double now = clock_.now();
+    while (!pending_.empty() && pending_.front().ready_at <= now) {
+        Pending& p = pending_.front();
+        std::size_t n = p.text.size();
+        if (p.spacing > 0)
+            n = std::min(n, static_cast<std::size_t>((now - p.ready_at) / p.spacing) + 1);
+        out += p.text.substr(0, n);
+        p.text.erase(0, n);
+        p.ready_at += static_cast<double>(n) * p.spacing;
+        if (!p.text.empty()) break;  // the rest is still on its way
+        pending_.pop_front();
+        if (one_piece) break;
+    }
+    return out;
+}
+
 void SimSerialPort::discard_input() {
     // Only what has already arrived is thrown away; a slow reply still on its way survives.
-    const double now = clock_.now();
-    std::erase_if(pending_, [&](const Pending& p) { return p.ready_at <= now; });
+    take_arrived(false);
+}
+
+void SimSerialPort::queue_reply(const std::string& reply) {
+    const Faults& f = instrument_.faults;
+    const bool faulty = instrument_.reply_faults_active();
+    double spacing = 0;
+    if (faulty && f.trickle > 0)
+        spacing = f.trickle;
+    else if (f.line_baud > 0)
+        spacing = seconds_per_character(
+            {f.line_baud, settings_.parity, settings_.data_bits, settings_.stop_bits});
+    // A reply leaves once the line has carried the ones before it.
+    const double ready = std::max(clock_.now() + (faulty ? f.reply_delay : 0), line_free_at_);
+    const int pieces = faulty ? std::clamp(f.split_pieces, 1, static_cast<int>(reply.size())) : 1;
+    const std::size_t size = reply.size() / static_cast<std::size_t>(pieces);
+    // Pieces come one clock step apart, so a reader that stops at the first piece fails.
+    for (int i = 0; i < pieces; ++i) {
+        const std::size_t start = size * static_cast<std::size_t>(i);
+        const std::size_t length = i + 1 == pieces ? std::string::npos : size;
+        // A character has arrived once its last bit has.
+        const double at = ready + 0.001 * i + static_cast<double>(start + 1) * spacing;
+        pending_.push_back({at, spacing, reply.substr(start, length)});
+    }
+    line_free_at_ = ready + static_cast<double>(reply.size()) * spacing;
 }
 
 void SimSerialPort::write(const std::string& bytes) {
     if (!open_) return;
+    if (hanging_up_) {
+        // Nothing leaves a hung-up line: the write fails once the last reply is in.
+        if (pending_.empty()) dead_ = true;
+        return;
+    }
     for (char c : bytes) {
         if (c != '\r' && c != '\n') {
             partial_ += c;
@@ -38,29 +92,19 @@ void SimSerialPort::write(const std::string& bytes) {
         if (partial_.empty()) continue;  // the LF of a CR LF pair
         const std::string reply = instrument_.handle(partial_);
         partial_.clear();
-        if (reply.empty()) continue;
-        const Faults& f = instrument_.faults;
-        const double ready = clock_.now() + f.reply_delay;
-        const int pieces = std::clamp(f.split_pieces, 1, static_cast<int>(reply.size()));
-        const std::size_t size = reply.size() / static_cast<std::size_t>(pieces);
-        // Pieces come one clock step apart, so a reader that stops at the first piece fails.
-        for (int i = 0; i < pieces; ++i) {
-            const std::size_t start = size * static_cast<std::size_t>(i);
-            const std::size_t length = i + 1 == pieces ? std::string::npos : size;
-            pending_.push_back({ready + 0.001 * i, reply.substr(start, length)});
+        if (!reply.empty()) queue_reply(reply);
+        if (instrument_.hangup_due()) {
+            hanging_up_ = true;
+            break;
         }
     }
 }
 
 std::string SimSerialPort::take_input() {
-    std::string out;
-    const double now = clock_.now();
-    // Only the pieces whose time has come, in order; a later piece waits for the next call.
-    while (!pending_.empty() && pending_.front().ready_at <= now) {
-        out += pending_.front().text;
-        pending_.pop_front();
-        if (instrument_.faults.split_pieces > 1) break;
-    }
+    if (!open_) return {};
+    const std::string out = take_arrived(instrument_.faults.split_pieces > 1);
+    // The line goes down once the instrument's last words are through.
+    if (hanging_up_ && pending_.empty() && out.empty()) dead_ = true;
     return out;
 }
 
@@ -115,7 +159,7 @@ int SimGpibDriver::ibclr(int ud) {
 int SimGpibDriver::ibwrt(int ud, const char* buffer, long count) {
     if (!valid(ud) || !buffer || count < 0) return finish(ERR, EARG, 0);
     const Faults& f = instrument_.faults;
-    if (f.silent) return finish(ERR, ENOL, 0);  // nobody listening
+    if (f.silent || instrument_.hangup_due()) return finish(ERR, ENOL, 0);  // nobody listening
     if (f.write_fails_after >= 0 && writes_ >= f.write_fails_after) return finish(ERR, ENOL, 0);
     ++writes_;
     std::string command(buffer, static_cast<std::size_t>(count));
@@ -125,12 +169,17 @@ int SimGpibDriver::ibwrt(int ud, const char* buffer, long count) {
         command.pop_back();
     // A new command replaces an answer nobody read, as a real talker's output buffer does.
     reply_ = instrument_.handle(command);
-    reply_ready_at_ = clock_.now() + f.reply_delay;
+    const bool faulty = instrument_.reply_faults_active();
+    reply_ends_ = !(faulty && (f.no_terminator || f.babble));
+    reply_ready_at_ = clock_.now() + (faulty ? f.reply_delay : 0);
     return finish(CMPL, 0, count);
 }
 
 int SimGpibDriver::ibrd(int ud, char* buffer, long count) {
     if (!valid(ud) || !buffer || count < 0) return finish(ERR, EARG, 0);
+    const Faults& f = instrument_.faults;
+    if (f.read_fails_after >= 0 && reads_ >= f.read_fails_after) return finish(ERR, EBUS, 0);
+    if (reply_.empty() && instrument_.hangup_due()) return finish(ERR, ENOL, 0);
     const double wait = reply_ready_at_ - clock_.now();
     if (reply_.empty() || (wait > timeout_ && timeout_ > 0)) {
         // Nothing to talk: the read times out.
@@ -138,10 +187,16 @@ int SimGpibDriver::ibrd(int ud, char* buffer, long count) {
         return finish(ERR | TIMO, EABO, 0);
     }
     if (wait > 0) clock_.pause(wait);
+    ++reads_;
     const std::size_t n = std::min(reply_.size(), static_cast<std::size_t>(count));
     std::copy_n(reply_.data(), n, buffer);
     reply_.erase(0, n);
-    return finish(CMPL | (reply_.empty() ? END : 0), 0, static_cast<long>(n));
+    if (reply_.empty() && !reply_ends_ && n < static_cast<std::size_t>(count)) {
+        // The talker stopped without asserting END: the read waits out its time limit.
+        if (timeout_ > 0) clock_.pause(timeout_);
+        return finish(ERR | TIMO, EABO, static_cast<long>(n));
+    }
+    return finish(CMPL | (reply_.empty() && reply_ends_ ? END : 0), 0, static_cast<long>(n));
 }
 
 int SimGpibDriver::ibloc(int ud) {

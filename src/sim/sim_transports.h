@@ -14,7 +14,8 @@ namespace kelvara::sim {
 
 // Bytes written are cut into lines at CR or LF; each line goes to the instrument and its reply
 // becomes available to take_input() once the fault delay has passed on the clock, in pieces
-// when the instrument is told to split replies.
+// when the instrument is told to split replies, byte by byte at the line's speed or a trickle
+// when told so. A hang-up fault makes the port fail once the last reply has been taken.
 class SimSerialPort : public SerialPort {
   public:
     SimSerialPort(Instrument& instrument, Clock& clock);
@@ -25,6 +26,8 @@ class SimSerialPort : public SerialPort {
     void discard_input() override;
     void write(const std::string& bytes) override;
     std::string take_input() override;
+    bool line_dead() const override { return dead_; }
+    std::string error() const override;
     std::string device_name(int port) const override;
 
     // Settings of the last open(), for tests.
@@ -33,13 +36,23 @@ class SimSerialPort : public SerialPort {
     bool can_open = true;
 
   private:
+    // Bytes on their way: the first arrives at ready_at, each further one `spacing` later.
     struct Pending {
         double ready_at;
+        double spacing;
         std::string text;
     };
+    // Takes the bytes that have arrived by now; with `one_piece` at most one pending entry.
+    std::string take_arrived(bool one_piece);
+    void queue_reply(const std::string& reply);
+
     Instrument& instrument_;
     Clock& clock_;
     bool open_ = false;
+    bool dead_ = false;
+    bool hanging_up_ =
+        false;  // the instrument has hung up; the line dies when its last reply is in
+    double line_free_at_ = 0;  // when the line has carried everything queued so far
     SerialSettings settings_;
     std::string partial_;
     std::deque<Pending> pending_;
@@ -76,6 +89,7 @@ class SimGpibDriver : public GpibDriver {
     static constexpr int EARG = 4;
     static constexpr int EABO = 6;
     static constexpr int ENOL = 2;
+    static constexpr int EBUS = 14;
 
   private:
     int finish(int ibsta, int iberr, long count);
@@ -87,8 +101,10 @@ class SimGpibDriver : public GpibDriver {
     int device_ = -1;
     double timeout_ = 10;
     int writes_ = 0;
+    int reads_ = 0;
     int clears_failed_ = 0;
     std::string reply_;
+    bool reply_ends_ = true;  // END comes with the reply's last byte
     double reply_ready_at_ = 0;
     GpibStatus status_;
 };

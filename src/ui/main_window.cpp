@@ -42,6 +42,16 @@ constexpr const char* kGridHeading = "   Point          Sensor Unit        Tempe
 constexpr const char* kAskWrite = "Do you really want to write to this curve location?";
 constexpr const char* kAskDelete = "Do you really want to delete this curve?";
 constexpr const char* kCompleted = "Curve writing to instrument completed.";
+constexpr const char* kReconnect =
+    " Kelvara now works offline: choose \"New Instrument\" to connect again.";
+
+// Why the link closed under a transfer: the line died, or the user cancelled.
+std::string offline_message(const InstrumentLink& link) {
+    if (link.line_dead())
+        return "The connection to the instrument was lost (" + link.dead_reason() + ")." +
+               kReconnect;
+    return std::string("The instrument was disconnected after the cancel.") + kReconnect;
+}
 
 [[maybe_unused]] QString qs(std::string_view s) {
     return QString::fromUtf8(s.data(), int(s.size()));
@@ -102,8 +112,6 @@ MainWindow::MainWindow(MainWindowOptions options, QWidget* parent)
         own_prompts_ = std::make_unique<QtPrompts>(this);
         prompts_ = own_prompts_.get();
     }
-    counting_prompts_.forward_to(prompts_);
-    prompts_ = &counting_prompts_;
     scaling_dialog_.set_prompts(prompts_);
     if (!options_.choose_file) options_.choose_file = choose_with_file_dialog;
     if (!options_.choose_printer) options_.choose_printer = CurveGraph::ask_with_print_dialog;
@@ -495,6 +503,7 @@ bool MainWindow::Form_Load() {
             this);
         show_dialog(wait);
     }
+    if (setup_.interface == Interface::None) go_offline(offline_message(*link_));
     if (!setup_.simple_installation) return true;
     simple_installation_loop();
     return !ended_;
@@ -592,7 +601,6 @@ void MainWindow::update_graph_series2() {
 }
 
 void MainWindow::show_grid_from_top() {
-    ++grid_refreshes_;
     {
         QSignalBlocker block(vscroll1_);
         vscroll1_->setValue(vscroll1_->minimum());
@@ -665,18 +673,22 @@ void MainWindow::Command2_Click() {
 
 // ---- instrument commands ------------------------------------------------------------------------
 
-void MainWindow::run_transfer(const QString& name, const char* title, const QString& first_label,
-                              void (*procedure)(Session&)) {
+TransferResult MainWindow::run_transfer(const QString& name, const char* title,
+                                        const QString& first_label,
+                                        TransferResult (*procedure)(Session&)) {
     take_fields_from_widgets();
     transfer_running_ = true;
+    const bool online = setup_.interface != Interface::None;
+    std::optional<TransferResult> result;
     {
         TimedDialog progress(
             name, QString::fromLatin1(title), first_label, true,
-            [this, procedure](Progress& p) {
+            [this, procedure, &result](Progress& p) {
                 Session s = session(p);
-                procedure(s);
+                result = procedure(s);
             },
             this);
+        progress.allow_cancel([this] { link_->request_cancel(); });
         // Reads and deletes do not know their length in advance: the bar shows activity until
         // a procedure reports how far it has come.
         if (name != QLatin1String("writecurve")) progress.set_fraction(-1);
@@ -684,16 +696,24 @@ void MainWindow::run_transfer(const QString& name, const char* title, const QStr
     }
     transfer_running_ = false;
     show_fields_in_widgets();
+    if (online && setup_.interface == Interface::None) go_offline(offline_message(*link_));
+    // Closed before the work began: nothing was sent.
+    return result.value_or(TransferResult::Cancelled);
+}
+
+void MainWindow::go_offline(const std::string& why) {
+    for (int i : {2, 3, 4}) commands_[i]->setEnabled(false);
+    update_status_line();
+    prompts_->message(why);
 }
 
 void MainWindow::Command3_Click() {
     if (!leave_pending_edits() || !may_replace_curve()) return;
     PickCurveDialog pick(PickKind::Read, picks_.read, nullptr, this);
     if (show_dialog(pick) != QDialog::Accepted) return;
-    const int messages = counting_prompts_.messages(), refreshes = grid_refreshes_;
-    run_transfer(QStringLiteral("readcurve"), kReadDialogTitle, QStringLiteral("Wait..."),
-                 run_read_transfer);
-    curve_received(messages, refreshes);
+    curve_received(run_transfer(QStringLiteral("readcurve"), kReadDialogTitle,
+                                QStringLiteral("Wait..."),
+                                run_read_transfer) == TransferResult::Done);
 }
 
 void MainWindow::Command4_Click() {
@@ -705,10 +725,10 @@ void MainWindow::Command4_Click() {
         write_confirmed_ = false;
         return;
     }
-    const int messages = counting_prompts_.messages();
-    run_transfer(QStringLiteral("writecurve"), kWriteDialogTitle, QString(), run_write_transfer);
-    write_confirmed_ = true;
-    curve_sent(messages);
+    // Only a write that went through as a whole counts as confirmed.
+    write_confirmed_ = run_transfer(QStringLiteral("writecurve"), kWriteDialogTitle, QString(),
+                                    run_write_transfer) == TransferResult::Done;
+    curve_sent(write_confirmed_);
 }
 
 void MainWindow::Command5_Click() {

@@ -18,7 +18,6 @@
 #include "link/setup_choices.h"
 #include "link/transport_factory.h"
 #include "protocol/session.h"
-#include "ui/counting_prompts.h"
 #include "ui/qt_ports.h"
 
 class QAction;
@@ -132,8 +131,11 @@ class MainWindow : public QWidget, private Views {
     void open_link(SetupChoices& choices);
     void read_catalogue();
     bool read_with_file_dialog();  // the read command, shared with dialogcontainer
-    void run_transfer(const QString& name, const char* title, const QString& first_label,
-                      void (*procedure)(Session&));
+    TransferResult run_transfer(const QString& name, const char* title, const QString& first_label,
+                                TransferResult (*procedure)(Session&));
+    // After a dead line or a cancel the link is closed: no instrument command until the user
+    // connects again.
+    void go_offline(const std::string& why);
     int show_dialog(QDialog& dialog);
     Session session(Progress& progress);
 
@@ -158,8 +160,8 @@ class MainWindow : public QWidget, private Views {
     void read_curve_from_elsewhere(const QString& path);  // a recent or dropped file
     void report_file_failure(bool reading, const QString& path, const std::string& reason);
     void start_new_curve();
-    void curve_received(int messages_before, int refreshes_before);
-    void curve_sent(int messages_before);
+    void curve_received(bool whole);
+    void curve_sent(bool whole);
     bool restore_field(QLineEdit* edit);  // Escape
     void update_title();
     void update_edit_actions();
@@ -169,7 +171,6 @@ class MainWindow : public QWidget, private Views {
     std::unique_ptr<Clock> own_clock_;
     std::unique_ptr<QtPrompts> own_prompts_;
     Clock* clock_;
-    CountingPrompts counting_prompts_;  // the window's prompts, counting the messages
     Prompts* prompts_;
     QtScalingDialog scaling_dialog_;
     std::unique_ptr<TransportFactory> own_transports_;
@@ -184,8 +185,7 @@ class MainWindow : public QWidget, private Views {
     bool write_confirmed_ = false;
     bool ended_ = false;
     bool transfer_running_ = false;
-    int shown_top_ = 0;       // top_index of the rows the grid shows
-    int grid_refreshes_ = 0;  // show_grid_from_top calls: an instrument read that ends makes one
+    int shown_top_ = 0;  // top_index of the rows the grid shows
 
     EditHistory history_;
     QString document_;  // the curve's file name, or where it was read from

@@ -389,24 +389,20 @@ void MainWindow::dropEvent(QDropEvent* event) {
 
 // ---- instrument transfers -----------------------------------------------------------------------
 
-void MainWindow::curve_received(int messages_before, int refreshes_before) {
+void MainWindow::curve_received(bool whole) {
+    // A read that failed or was cancelled left the open curve as it was.
+    if (!whole) return;
     take_fields_from_widgets();
-    // A read that ends redraws the grid; one that failed on the way showed why.
-    if (counting_prompts_.messages() == messages_before && grid_refreshes_ > refreshes_before) {
-        history_.reset(current_state());
-        const auto number = first_number_of_entry(picks_.read.text());
-        document_ = number ? QStringLiteral("Instrument curve %1").arg(*number)
-                           : QStringLiteral("Instrument curve");
-    } else {
-        // What arrived before the failure replaced the curve: unsaved, and undoable.
-        history_.record(current_state(), "Read From Instrument");
-    }
+    history_.reset(current_state());
+    const auto number = first_number_of_entry(picks_.read.text());
+    document_ = number ? QStringLiteral("Instrument curve %1").arg(*number)
+                       : QStringLiteral("Instrument curve");
     update_title();
     update_edit_actions();
 }
 
-void MainWindow::curve_sent(int messages_before) {
-    if (counting_prompts_.messages() != messages_before) return;
+void MainWindow::curve_sent(bool whole) {
+    if (!whole) return;
     take_fields_from_widgets();
     history_.mark_saved(current_state());
     update_title();

@@ -4,14 +4,17 @@
 #include <QEvent>
 #include <QFocusEvent>
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPointer>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QThread>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <QWindow>
 
 #include "curve/number_format.h"
 #include "protocol/scaling.h"
@@ -145,9 +148,43 @@ bool QtPrompts::ask_yes_no(const std::string& text) {
 
 namespace {
 
+// The Cancel button of the progress dialog whose work is running, if it has one.
+QPointer<QPushButton> running_cancel_button;
+
+// True for the input that may reach the running dialog's Cancel button: the window system hands
+// a click or a key to the dialog's window first, then to the widget under the pointer or with the
+// focus, and a key the button ignores goes on to the dialog (Escape rejects it).
+bool reaches_cancel(QObject* watched, QEvent* event) {
+    QPushButton* button = running_cancel_button;
+    if (!button || !button->isEnabled() || !watched) return false;
+    QWidget* dialog = button->window();
+    const bool window = watched == static_cast<QObject*>(dialog->windowHandle());
+    const bool in_dialog =
+        window || (watched->isWidgetType() && static_cast<QWidget*>(watched)->window() == dialog);
+    if (!in_dialog) return false;
+    switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+            return window || watched == button;
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+        case QEvent::ShortcutOverride: {
+            const int key = static_cast<QKeyEvent*>(event)->key();
+            if (key == Qt::Key_Escape) return true;
+            const bool press_key =
+                key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter;
+            return press_key && (window || watched == button);
+        }
+        default:
+            return false;
+    }
+}
+
 class InputSwallower : public QObject {
   protected:
-    bool eventFilter(QObject*, QEvent* event) override {
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (reaches_cancel(watched, event)) return false;
         switch (event->type()) {
             case QEvent::MouseButtonPress:
             case QEvent::MouseButtonRelease:
@@ -183,15 +220,31 @@ void GuiClock::service_window() {
 }
 
 void GuiClock::pause(double seconds) {
+    const std::atomic<bool> never{false};
+    pause_unless(seconds, never);
+}
+
+bool GuiClock::pause_unless(double seconds, const std::atomic<bool>& stop) {
+    // The window is serviced every 10 ms: often enough to paint and to notice Cancel, seldom
+    // enough to leave the processor alone; the last moments are waited out finely.
     const double end = now() + seconds;
     while (now() < end) {
+        if (stop.load()) return false;
         service_window();
-        if (end - now() > 0.002) QThread::msleep(1);
+        const double left = end - now();
+        if (left > 0.012)
+            QThread::msleep(10);
+        else if (left > 0.002)
+            QThread::msleep(1);
     }
+    return !stop.load();
 }
 
 void GuiClock::yield() {
     service_window();
+    // Only reached when no input has come: a transport that does not wait itself must not make
+    // the reply loop spin.
+    QThread::msleep(1);
 }
 
 // ---- timed dialogs ------------------------------------------------------------------------------
@@ -245,6 +298,31 @@ void TimedDialog::set_fraction(double fraction) {
     bar_->repaint();
 }
 
+void TimedDialog::allow_cancel(std::function<void()> cancel) {
+    cancel_ = std::move(cancel);
+    if (cancel_button_) return;
+    cancel_button_ = new QPushButton(QStringLiteral("Cancel"), this);
+    cancel_button_->setObjectName(QStringLiteral("cmdCancelTransfer"));
+    cancel_button_->setAutoDefault(false);
+    auto* row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(cancel_button_);
+    row->addStretch(1);
+    static_cast<QVBoxLayout*>(layout())->addLayout(row);
+    connect(cancel_button_, &QPushButton::clicked, this, &TimedDialog::cancel_clicked);
+}
+
+void TimedDialog::cancel_clicked() {
+    if (!running_) {
+        QDialog::reject();
+        return;
+    }
+    if (cancel_) cancel_();
+    // Once asked, the transfer stops at its next step; a second click has nothing to add.
+    cancel_button_->setEnabled(false);
+    set_label("Cancelling...");
+}
+
 void TimedDialog::run_now() {
     tick();
 }
@@ -253,13 +331,17 @@ void TimedDialog::tick() {
     timer_->stop();
     if (running_ || done_work_) return;
     running_ = true;
+    QPointer<QPushButton> before = running_cancel_button;
+    if (cancel_button_) running_cancel_button = cancel_button_;
     if (work_) work_(*this);
+    running_cancel_button = before;
     running_ = false;
     done_work_ = true;
     accept();
 }
 
 void TimedDialog::reject() {
+    if (cancel_button_ && cancel_button_->isEnabled()) return cancel_clicked();
     if (running_) return;
     QDialog::reject();
 }

@@ -17,6 +17,7 @@
 class QLabel;
 class QLineEdit;
 class QProgressBar;
+class QPushButton;
 class QTimer;
 
 namespace kelvara::ui {
@@ -61,10 +62,12 @@ class QtPrompts : public Prompts {
 // A real clock whose waits keep the window painted while refusing user input: the instrument
 // procedures wait on the one user-interface thread, and nothing typed or clicked meanwhile may
 // reach them, not even later (a click queued during a long transfer must not start another).
+// The one exception is the running progress dialog's Cancel button (a click, or Escape).
 class GuiClock : public RealClock {
   public:
     GuiClock();
     void pause(double seconds) override;
+    bool pause_unless(double seconds, const std::atomic<bool>& stop) override;
     void yield() override;
 
   private:
@@ -84,6 +87,10 @@ class TimedDialog : public QDialog, public Progress {
     void set_fraction(double fraction) override;
     bool finished_work() const { return done_work_; }
 
+    // Adds a Cancel button (cmdCancelTransfer): while the work runs, it and Escape call `cancel`;
+    // before the work has started they close the dialog and the work never runs.
+    void allow_cancel(std::function<void()> cancel);
+
     // Runs the work at once instead of on the timer (tests with their own dialog runner).
     void run_now();
 
@@ -93,10 +100,14 @@ class TimedDialog : public QDialog, public Progress {
   private:
     void tick();
 
+    void cancel_clicked();
+
     QLabel* label_;
     QProgressBar* bar_ = nullptr;
+    QPushButton* cancel_button_ = nullptr;
     QTimer* timer_;
     std::function<void(Progress&)> work_;
+    std::function<void()> cancel_;
     bool running_ = false;
     bool done_work_ = false;
 };

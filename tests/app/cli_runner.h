@@ -2,9 +2,11 @@
 // pseudo-terminal.
 #pragma once
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +14,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 
 namespace cli_test {
 
@@ -20,6 +23,8 @@ namespace fs = std::filesystem;
 struct CliRun {
     int status;
     std::string out, err;
+    double seconds = 0;      // wall time, from the start (or from the signal, when one was sent)
+    double cpu_seconds = 0;  // user and system time the program used
 };
 
 // A scratch directory, removed with the object.
@@ -40,6 +45,35 @@ class Scratch {
         return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     }
     bool exists(const std::string& name) const { return fs::exists(dir_ / name); }
+    std::string path(const std::string& name) const { return (dir_ / name).string(); }
+
+    // As cli(), timing the program and the processor time it used; with signal > 0 the signal
+    // is sent after `signal_after` seconds and `seconds` counts from then.
+    CliRun cli_timed(const std::string& arguments, const std::string& environment = "",
+                     int signal = 0, double signal_after = 0) const {
+        const std::string command = "cd '" + dir_.string() + "' && " + environment +
+                                    " exec '" KELVARA_CLI_PATH "' " + arguments +
+                                    " >.out 2>.err </dev/null";
+        using clock = std::chrono::steady_clock;
+        auto start = clock::now();
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+            ::_exit(127);
+        }
+        if (signal > 0) {
+            std::this_thread::sleep_for(std::chrono::duration<double>(signal_after));
+            ::kill(child, signal);
+            start = clock::now();
+        }
+        int raw = 0;
+        rusage usage{};
+        ::wait4(child, &raw, 0, &usage);
+        const double seconds = std::chrono::duration<double>(clock::now() - start).count();
+        const auto cpu = [](const timeval& t) { return t.tv_sec + t.tv_usec / 1e6; };
+        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, get(".out"), get(".err"), seconds,
+                cpu(usage.ru_utime) + cpu(usage.ru_stime)};
+    }
 
     // Runs kelvara-cli in the scratch directory; the shell splits `arguments`, and `environment`
     // ("NAME=value ...") goes in front.

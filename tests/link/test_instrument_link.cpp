@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <thread>
 #include <tuple>
 
 #include "link/instrument_link.h"
@@ -246,6 +249,136 @@ TEST(SerialTraffic, JoinsPiecesUntilCrOrLfOrTenSeconds) {
         EXPECT_EQ(rig.link.read_reply(), expected);
         EXPECT_NEAR(rig.clock.now() - start, seconds, 0.02);
     }
+}
+
+// How a reply ended, for each way an instrument or a line can end it; the instrument's faults
+// start after the identification. A reply may take as long as it keeps coming at the line's
+// speed; silence, a reply longer than the command's longest, a trickle and a dead line end it.
+TEST(ReplyEnds, EachLineBehaviourHasItsStatus) {
+    const std::string idn = "TESSALY,MODEL TAZ,SIM000001,1.0";
+    struct Row {
+        Interface bus;
+        std::string faults;
+        int largest;
+        ReplyStatus status;
+        std::size_t received;  // characters read
+        double seconds;        // from the command on
+        bool dead;
+    };
+    const Row rows[] = {
+        {Interface::RS232, "", 80, ReplyStatus::Complete, idn.size() + 2, 0, false},
+        // Up to the CR, 32 characters of 10 bits at 1200 baud; the LF follows on its own.
+        {Interface::RS232, "speed=1200", 80, ReplyStatus::Complete, idn.size() + 1, 0.27, false},
+        {Interface::RS232, "noterm", 80, ReplyStatus::Silent, idn.size(), 10, false},
+        {Interface::RS232, "cut=1", 80, ReplyStatus::Silent, 0, 10, false},
+        // Too long: more than `largest` characters before a line end (as many as have come).
+        {Interface::RS232, "speed", 20, ReplyStatus::TooLong, 0, 0.03, false},
+        {Interface::RS232, "babble,speed", 80, ReplyStatus::TooLong, 0, 0.09, false},
+        // A byte every half second: at 9600 baud the reply has fallen two seconds behind at the
+        // sixth byte, 3 s after the command.
+        {Interface::RS232, "trickle=0.5", 80, ReplyStatus::Trickling, 6, 3.0, false},
+        {Interface::GPIB, "", 80, ReplyStatus::Complete, 80, 0, false},
+        {Interface::GPIB, "noterm", 80, ReplyStatus::Silent, 80, 10, false},
+        {Interface::GPIB, "cut=1", 80, ReplyStatus::Silent, 80, 10, false},
+        {Interface::GPIB, "", 20, ReplyStatus::TooLong, 20, 0, false},
+        {Interface::GPIB, "readfail=1", 80, ReplyStatus::LineDead, 80, 0, true},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE((row.bus == Interface::GPIB ? "GPIB " : "RS-232 ") + row.faults);
+        Rig rig(M::TAZ);
+        rig.choices.gpib_address = 12;
+        row.bus == Interface::GPIB ? rig.link.setup_488(rig.choices)
+                                   : rig.link.setup_rs232(rig.choices);
+        ASSERT_EQ(rig.choices.interface, row.bus);
+        ASSERT_TRUE(rig.instrument.faults.parse(row.faults + ",after=1"));
+        const double start = rig.clock.now();
+        EXPECT_TRUE(rig.link.send_command("*IDN?", true));
+        const std::string reply = rig.link.read_reply(row.largest);
+        EXPECT_EQ(rig.link.last_reply(), row.status);
+        if (row.status == ReplyStatus::TooLong && row.bus == Interface::RS232) {
+            EXPECT_GT(reply.size(), static_cast<std::size_t>(row.largest));
+        } else {
+            EXPECT_EQ(reply.size(), row.received);
+        }
+        EXPECT_NEAR(rig.clock.now() - start, row.seconds, 0.011);
+        EXPECT_EQ(rig.link.line_dead(), row.dead);
+        EXPECT_EQ(rig.link.dead_reason().empty(), !row.dead);
+    }
+}
+
+// After a hang-up the next command is refused and a read does not wait for anything; the link
+// says why until it is opened again.
+TEST(DeadLine, RefusesAtOnceAndSaysWhy) {
+    for (const auto bus : {Interface::RS232, Interface::GPIB}) {
+        SCOPED_TRACE(bus == Interface::GPIB ? "GPIB" : "RS-232");
+        Rig rig(M::TAZ);
+        rig.instrument.faults.hangup_after = 2;
+        bus == Interface::GPIB ? rig.link.setup_488(rig.choices)
+                               : rig.link.setup_rs232(rig.choices);
+        EXPECT_TRUE(rig.link.send_command("*IDN?", true));
+        EXPECT_EQ(rig.link.last_reply(), ReplyStatus::Complete);
+        rig.link.read_reply();
+        EXPECT_FALSE(rig.link.line_dead());
+        const double start = rig.clock.now();
+        EXPECT_FALSE(rig.link.send_command("*IDN?", true));
+        rig.link.read_reply();
+        EXPECT_EQ(rig.link.last_reply(), ReplyStatus::LineDead);
+        EXPECT_EQ(rig.clock.now(), start);
+        EXPECT_EQ(rig.link.dead_reason(), bus == Interface::GPIB
+                                              ? "the GPIB driver reported ENOL (no listener)"
+                                              : "simulated port: the line hung up");
+        rig.instrument.faults.hangup_after = -1;
+        bus == Interface::GPIB ? rig.link.setup_488(rig.choices)
+                               : rig.link.setup_rs232(rig.choices);
+        EXPECT_EQ(rig.choices.interface, bus);
+        EXPECT_FALSE(rig.link.line_dead());
+    }
+}
+
+// At the line's speed the LF of a CR LF may come after the reply was taken: it is not the next
+// reply.
+TEST(SerialTraffic, ALateLineFeedEndsNoReply) {
+    Rig rig(M::KOR);
+    rig.link.setup_rs232(rig.choices);
+    rig.instrument.faults.line_baud = 1200;
+    EXPECT_TRUE(rig.link.send_command("*IDN?", false));
+    EXPECT_EQ(rig.link.read_reply(), rig.instrument.identity() + "\r");
+    EXPECT_TRUE(rig.link.send_command("*IDN?", false));
+    const std::string second = rig.link.read_reply();
+    EXPECT_EQ(second.substr(0, second.find('\r')), rig.instrument.identity());
+    EXPECT_EQ(rig.link.last_reply(), ReplyStatus::Complete);
+}
+
+TEST(Cancel, RefusesSendsAndEndsWaitsAndReads) {
+    Rig rig(M::TAZ);
+    rig.link.setup_rs232(rig.choices);
+    rig.instrument.faults.cut_after = 1;
+    EXPECT_TRUE(rig.link.send_command("*IDN?", true));
+    rig.link.request_cancel();
+    EXPECT_EQ(rig.link.read_reply(), "");
+    EXPECT_EQ(rig.link.last_reply(), ReplyStatus::Cancelled);
+    EXPECT_FALSE(rig.link.pause(20.1));
+    EXPECT_FALSE(rig.link.send_command("*IDN?", true));
+    EXPECT_EQ(rig.clock.now(), 1.0);  // only the identification's pause has passed
+    EXPECT_EQ(rig.link.commands_sent(), 1);
+    rig.link.setup_rs232(rig.choices);  // a new set-up starts afresh
+    EXPECT_FALSE(rig.link.cancel_requested());
+    EXPECT_EQ(rig.link.commands_sent(), 0);
+}
+
+// The real clock looks at the flag every 20 ms: a 20 s wait ends within a tenth of a second.
+TEST(Cancel, RealClockPauseEndsSoonAfterTheRequest) {
+    RealClock clock;
+    std::atomic<bool> stop{false};
+    std::thread cancel([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        stop.store(true);
+    });
+    const double start = clock.now();
+    EXPECT_FALSE(clock.pause_unless(20.1, stop));
+    cancel.join();
+    EXPECT_LT(clock.now() - start, 0.15);
+    EXPECT_TRUE(clock.pause_unless(0.01, std::atomic<bool>{false}));
 }
 
 TEST(GpibLibrary, LoadsTheSimulatorsButNotALibraryLackingACall) {

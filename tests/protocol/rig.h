@@ -85,11 +85,28 @@ class LoggedGpib : public sim::SimGpibDriver {
     LoggedGpib(sim::Instrument& i, TimelineClock& t) : SimGpibDriver(i, t), t_(t) {}
     int ibwrt(int ud, const char* buffer, long count) override {
         t_.add(std::string(buffer, static_cast<size_t>(count)));
-        return SimGpibDriver::ibwrt(ud, buffer, count);
+        const int status = SimGpibDriver::ibwrt(ud, buffer, count);
+        if (after_write) after_write();
+        return status;
     }
+    std::function<void()> after_write;
 
   private:
     TimelineClock& t_;
+};
+
+// The simulated instrument's own serial port, calling `after_write` after each write.
+class HookedSerial : public sim::SimSerialPort {
+  public:
+    HookedSerial(sim::Instrument& i, Clock& c, std::function<void()> hook)
+        : SimSerialPort(i, c), hook_(std::move(hook)) {}
+    void write(const std::string& bytes) override {
+        SimSerialPort::write(bytes);
+        hook_();
+    }
+
+  private:
+    std::function<void()> hook_;
 };
 
 // Records what the scaling dialog was asked and confirms its defaults.
@@ -144,6 +161,24 @@ struct Rig {
             link.setup_rs232(setup);
         } else {
             setup.interface = Interface::None;
+        }
+        clock.recording = true;
+        clock.pauses.clear();
+    }
+    // Opens the link through the simulated instrument's own serial port or GPIB driver, so that
+    // its line faults reach the link as a real line's would; `after_write` runs after every
+    // command written.
+    void connect_simulated(
+        Interface i, std::function<void()> after_write = [] {}) {
+        if (i == Interface::GPIB) {
+            auto g = std::make_unique<LoggedGpib>(sim, clock);
+            gpib = g.get();
+            g->after_write = after_write;
+            link.set_gpib_driver(std::move(g));
+            link.setup_488(setup);
+        } else {
+            link.set_serial_port(std::make_unique<HookedSerial>(sim, clock, after_write));
+            link.setup_rs232(setup);
         }
         clock.recording = true;
         clock.pauses.clear();

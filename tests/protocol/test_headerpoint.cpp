@@ -19,7 +19,7 @@ struct WireRow {
     InstrumentModel model;
     Interface interface;
     const char* end;
-    void (*run)(Session&);
+    TransferResult (*run)(Session&);
     int failing_write, points_after;
     std::string script, entry, message;  // entry "": the lists stay as they were
 };
@@ -60,11 +60,11 @@ const std::vector<WireRow> kWireRows = {
     {PIX, RS232, "\r\n", D, -1, 3, "CRVDEL {n}|2|CRVHDR? {n}|0.1", kErased, ""},
     {DAL, RS232, "\r\n", D, -1, 3, "CRVDEL {n}|5|CRVHDR? {n}|0.3", kErased, ""},
     // Failures stop at once, with no pause after the failed line, and leave the lists alone;
-    // a read keeps the points it has and the old values beyond them.
+    // a failed read leaves the open curve as it was.
     {TAZ, NONE, "", W, -1, 3, "", "", kInvalidInterface},
     {TAZ, GPIB, "", W, 4, 3, "CRVDEL {n}|0.1|" + H + "|0.1|CRVPT {n},1,1.23456,0.85000|0.1|CRVPT {n},2,.090620,300.000", "", kProblemTalking},
     {TAZ, GPIB, "", R, 1, 3, "CRVHDR? {n}", "", kProblemTalking},
-    {TAZ, GPIB, "", R, 3, 1, "CRVHDR? {n}|0.1|CRVPT? {n},1|0.1|CRVPT? {n},2", "", kProblemTalking},
+    {TAZ, GPIB, "", R, 3, 3, "CRVHDR? {n}|0.1|CRVPT? {n},1|0.1|CRVPT? {n},2", "", kProblemTalking},
     {TAZ, NONE, "", D, -1, 3, "", "", kInvalidInterface},
     {TAZ, GPIB, "", D, 1, 3, "CRVDEL {n};CRVSAV", "", kProblemTalking},
 };
@@ -199,7 +199,7 @@ TEST(Catalogue, EntryTextsForEachQueryKind) {
     };
     // clang-format off
     const std::vector<Row> rows = {
-        // One query per location; an empty reply leaves the number, " - " and blanks.
+        // One query per location; an empty location gives the number, " - " and blanks.
         {TAZ, GPIB, "", "", {"CRVHDR? 0", "pause 0.1"}, 61, {{60, "60 -   "}}},  // the instrument answers
         {TAZ, RS232, "CRVHDR? 21", "MYCURVE      ,SN123     ,2,+375.000,1", {"CRVHDR? 0\r\n", "pause 0.3"}, 61,
          {{21, "21 - MYCURVE  SN123"}, {60, "60 -   "}}},
@@ -215,6 +215,9 @@ TEST(Catalogue, EntryTextsForEachQueryKind) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.reply);
         Rig rig(row.model);
+        // The other locations of a scripted catalogue answer as empty ones do.
+        if (std::string(row.query).starts_with("CRVHDR?"))
+            rig.answer("CRVHDR?", {"               ,          ,0,0.000,0"}, true);
         if (*row.query) rig.answer(row.query, {row.reply});
         rig.connect(row.interface);
         rig.sim.faults.silent = *row.query;  // only the scripted reply, if there is one

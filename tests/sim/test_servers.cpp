@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -48,6 +49,33 @@ TEST(PtyServer, AnswersThroughTheSlaveInPiecesAndKeepsCurvesBetweenClients) {
     EXPECT_EQ(ask(server.slave_path(), "CRVHDR? 21"), "N              ,S         ,2,1,1\r\n");
     server.stop();
     serving.join();
+}
+
+// The line hangs up after the N-th command: its client reads end-of-file and the server stops
+// by itself. Replies left at 1200 baud, 10 bits a character.
+TEST(PtyServer, PacesRepliesAndHangsUp) {
+    kelvara::sim::Instrument instrument(kelvara::InstrumentModel::KOR);
+    ASSERT_TRUE(instrument.faults.parse("speed=1200,hangup=2"));
+    kelvara::sim::PtyServer server(instrument);
+    ASSERT_TRUE(server.open());
+    const int fd = ::open(server.slave_path().c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_GE(fd, 0);
+    std::thread serving([&server] { server.serve(); });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(ask(server.slave_path(), "*IDN?"), "TESSALY,MODEL KOR,SIM000001,1.0\r\n");
+    const double took =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_GE(took, 33 * 10 / 1200.0);
+    EXPECT_LT(took, 1.0);
+    ask(server.slave_path(), "KCUR11");
+    serving.join();  // no stop(): the hang-up ends it
+    EXPECT_TRUE(server.hung_up());
+    pollfd p{fd, POLLIN, 0};
+    ASSERT_EQ(::poll(&p, 1, 1000), 1);
+    EXPECT_TRUE(p.revents & POLLHUP);
+    char byte = 0;
+    EXPECT_LE(::read(fd, &byte, 1), 0);
+    ::close(fd);
 }
 
 namespace {

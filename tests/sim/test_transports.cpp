@@ -17,6 +17,7 @@ namespace {
 const std::string kIdentity = "TESSALY,MODEL TAZ,SIM000001,1.0";
 const char* kHeader21 = "A              ,B         ,2,1,1";
 const char* kEmpty = "               ,          ,0,0.000,0";
+const char* kGarbled = "#?@!~%&*GARBLED*&%~!@?#";
 
 enum Via { Direct, Serial, Gpib };
 
@@ -44,14 +45,17 @@ struct Bench {
         return text;
     }
 
-    // What a GPIB program sees: "ERR" for a failed clear or write, "TIMEOUT" for a read that got
-    // nothing, else the reply read into 80 characters.
+    // What a GPIB program sees: "ERR" for a failed clear or write, "TIMEOUT" for a read that
+    // timed out, "READ ERR" for one that failed otherwise, else the reply read into 80
+    // characters.
     std::string bus(const std::string& command) {
         if (command == "clear") return gpib.ibclr(ud) & SimGpibDriver::ERR ? "ERR" : "";
         if (gpib.ibwrt(ud, command.data(), static_cast<long>(command.size())) & SimGpibDriver::ERR)
             return "ERR";
         char buffer[80];
-        if (gpib.ibrd(ud, buffer, sizeof buffer) & SimGpibDriver::TIMO) return "TIMEOUT";
+        const int status = gpib.ibrd(ud, buffer, sizeof buffer);
+        if (status & SimGpibDriver::TIMO) return "TIMEOUT";
+        if (status & SimGpibDriver::ERR) return "READ ERR";
         return std::string(buffer, static_cast<std::size_t>(gpib.thread_ibcntl()));
     }
 
@@ -106,6 +110,21 @@ TEST(InstrumentFaults, EachFaultShowsOnTheWire) {
           {"~", ""},
           {"CRVHDR? 21", kHeader21}}},
         {"busy=2", Direct, 0, 4, {{"CRVSAV", ""}, {"BUSY?", "1"}, {"BUSY?", "1"}, {"BUSY?", "0"}}},
+        {"busy=forever",
+         Direct,
+         0,
+         4,
+         {{"CRVSAV", ""}, {"BUSY?", "1"}, {"*RST", ""}, {"BUSY?", "0"}}},
+        {"after=1,garbage", Direct, 0, 2, {{"*IDN?", kIdentity}, {"*IDN?", kGarbled}}},
+        {"babble", Direct, 0, 1, {{"BUSY?", std::string(65536, '#')}}},
+        // No line end: the reader gives up after its 5 s; over GPIB END never comes.
+        {"noterm", Serial, 5, 1, {{"*IDN?", kIdentity}}},
+        {"noterm", Gpib, 3, 1, {{"*IDN?", "TIMEOUT"}}},
+        // "0", CR and LF one by one: 10 bits a character at 1200 baud, or half a second each.
+        {"speed=1200", Serial, 0.02, 1, {{"BUSY?", "0|\r|\n"}}},
+        {"trickle=0.5", Serial, 1.5, 1, {{"BUSY?", "0|\r|\n"}}},
+        {"hangup=1", Gpib, 0, 1, {{"*IDN?", kIdentity}, {"*IDN?", "ERR"}}},
+        {"readfail=1", Gpib, 0, 2, {{"*IDN?", kIdentity}, {"*IDN?", "READ ERR"}}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.faults);
@@ -116,12 +135,24 @@ TEST(InstrumentFaults, EachFaultShowsOnTheWire) {
         EXPECT_NEAR(bench.clock.now(), row.waited, 0.011);  // the reader looks every 10 ms
         EXPECT_EQ(bench.instrument.log().size(), row.logged);
     }
-    for (const char* bad :
-         {"loud", "split=x", "delay=-1", "cut=", "silent=1", "split=2,busy=1.5.2"}) {
+    for (const char* bad : {"loud", "split=x", "delay=-1", "cut=", "silent=1", "split=2,busy=1.5.2",
+                            "busy=sometimes", "speed=0", "trickle=0", "noterm=1", "hangup=-1"}) {
         kelvara::sim::Faults f;
         EXPECT_FALSE(f.parse(bad)) << bad;
         EXPECT_EQ(f.split_pieces, 0) << bad;  // nothing taken from a rejected list
     }
+}
+
+// A hung-up port delivers the last reply, then fails: nothing more is taken or sent.
+TEST(SimSerialPort, HangsUpAfterTheLastReply) {
+    Bench bench;
+    ASSERT_TRUE(bench.instrument.faults.parse("hangup=1"));
+    EXPECT_EQ(bench.serial("*IDN?"), kIdentity + "\r\n");
+    bench.port.take_input();
+    EXPECT_TRUE(bench.port.line_dead());
+    EXPECT_EQ(bench.port.error(), "simulated port: the line hung up");
+    bench.port.write("BUSY?\r\n");
+    EXPECT_EQ(bench.instrument.log().size(), 1u);
 }
 
 TEST(SimSerialPort, LinesAreCutAtCrOrLfAcrossWritesAndDiscardKeepsWhatIsOnItsWay) {

@@ -1,6 +1,7 @@
 // The subcommands of kelvara-cli. Each lives in its own cli_*.cpp and registers itself with a
 // static Subcommand object, so adding one touches no shared table.
-// Exit status: 0 success, 1 the operation failed, 2 usage error.
+// Exit status: 0 success, 1 the operation failed, 2 usage error, 128 + the signal when Ctrl-C
+// (SIGINT) or SIGTERM stopped an instrument command.
 #pragma once
 
 #include <functional>

@@ -10,12 +10,27 @@ namespace kelvara::cli {
 StderrPrompts::StderrPrompts(std::ostream& out) : out_(out) {}
 StderrPrompts::StderrPrompts() : out_(std::cerr) {}
 
+std::string printable(std::string_view text) {
+    std::string out;
+    for (char ch : text) {
+        const auto c = static_cast<unsigned char>(ch);
+        if (c == '\n' || (c >= 0x20 && c < 0x7f) || c >= 0xa0) {
+            out += ch;
+        } else {
+            char buf[8];
+            std::snprintf(buf, sizeof buf, "\\x%02X", c);
+            out += buf;
+        }
+    }
+    return out;
+}
+
 void StderrPrompts::message(const std::string& text, const std::string&) {
-    out_ << text << '\n' << std::flush;
+    out_ << printable(text) << '\n' << std::flush;
 }
 
 bool StderrPrompts::ask_yes_no(const std::string& text) {
-    out_ << text << " Yes" << '\n' << std::flush;
+    out_ << printable(text) << " Yes" << '\n' << std::flush;
     return true;
 }
 
@@ -46,6 +61,9 @@ std::optional<std::string> take_model_option(Args& args, InstrumentModel& model)
         model = *parsed;
         args.erase(args.begin() + static_cast<long>(i),
                    args.begin() + static_cast<long>(i + taken));
+        for (const auto& a : args)
+            if (a == "--model" || a.rfind("--model=", 0) == 0)
+                return std::string("--model given more than once");
         return std::nullopt;
     }
     return "--model M is required";

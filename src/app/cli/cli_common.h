@@ -28,11 +28,16 @@ class StderrPrompts : public Prompts {
     std::ostream& out_;
 };
 
+// Text as it may reach a terminal: control bytes (and the C1 range a terminal may also obey)
+// become \xNN, so a bad file or a garbled reply cannot move the cursor or change the terminal.
+// Line ends inside a message stay.
+std::string printable(std::string_view text);
+
 // "TAZ", "qua", "QUA/RIL", ... as in the model table, any case.
 std::optional<InstrumentModel> parse_model(std::string_view text);
 
 // Removes "--model M" (or "--model=M") from args and stores the model. Returns a usage message
-// when the option is missing, has no value or names no model.
+// when the option is missing, given twice, has no value or names no model.
 std::optional<std::string> take_model_option(Args& args, InstrumentModel& model);
 
 // The text as a JSON string literal, quotes included. Curve files are single-byte text, so bytes

@@ -1,6 +1,7 @@
 #include "cli_connection.h"
 
 #include <charconv>
+#include <set>
 
 #include "cli_common.h"
 #include "link/gpib_driver.h"
@@ -44,6 +45,7 @@ std::optional<std::string> parse_connection_options(Args& args, ConnectionOption
     int gpib_ways = 0;  // --gpib-library, --prologix, --prologix-host
     int buses = 0;
     Args rest;
+    std::set<std::string> seen;
     for (std::size_t i = 0; i < args.size(); ++i) {
         std::string option = args[i];
         std::optional<std::string> value;
@@ -54,6 +56,8 @@ std::optional<std::string> parse_connection_options(Args& args, ConnectionOption
         const bool takes_value = option == "--serial" || option == "--port" || option == "--gpib" ||
                                  option == "--gpib-library" || option == "--prologix" ||
                                  option == "--prologix-host";
+        if ((takes_value || option == "--simulate") && !seen.insert(option).second)
+            return option + " given more than once";
         if (option == "--simulate" && !value) {
             o.simulate = true;
             ++buses;
@@ -102,6 +106,10 @@ std::optional<std::string> parse_connection_options(Args& args, ConnectionOption
         return std::string("--gpib-library, --prologix and --prologix-host go with --gpib");
     if (gpib_ways > 1)
         return std::string("choose one of --gpib-library, --prologix and --prologix-host");
+    if (o.interface == Interface::GPIB && !o.simulate && !profile(o.model).gpib_allowed)
+        return "the " + std::string(designation(o.model)) +
+               " has no GPIB: it is reached over RS-232 (--serial PATH or --port N), or use "
+               "--simulate";
     if (o.simulate)
         o.interface = profile(o.model).gpib_allowed ? Interface::GPIB : Interface::RS232;
     args = std::move(rest);

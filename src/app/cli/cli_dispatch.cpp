@@ -30,7 +30,8 @@ void print_help(std::ostream& out) {
            "                KELVARA_SIM_MODEL, default TAZ; its curves are kept in the file\n"
            "                KELVARA_SIM_STATE)\n"
            "\nMessages the window would show go to stderr, one line each.\n"
-           "Exit status: 0 success, 1 the operation failed, 2 usage error.\n";
+           "Exit status: 0 success, 1 the operation failed, 2 usage error, 130 (143) when\n"
+           "Ctrl-C (SIGTERM) stopped an instrument command.\n";
 }
 }  // namespace
 

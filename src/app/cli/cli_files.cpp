@@ -45,7 +45,7 @@ bool read_file(const std::string& path, InstrumentModel model, CurveRecord& curv
         case FileCommandResult::WrongType:
             return false;
         case FileCommandResult::Failed:
-            std::cerr << "kelvara-cli: cannot read " << path << ": " << reason << "\n";
+            std::cerr << "kelvara-cli: cannot read " << printable(path + ": " + reason) << "\n";
             return false;
     }
     return false;
@@ -78,7 +78,8 @@ int convert(const Args& args) {
         case FileCommandResult::WrongType:
             return 1;
         case FileCommandResult::Failed:
-            std::cerr << "kelvara-cli: cannot write " << files[1] << ": " << reason << "\n";
+            std::cerr << "kelvara-cli: cannot write " << printable(files[1] + ": " + reason)
+                      << "\n";
             return 1;
     }
     return 1;

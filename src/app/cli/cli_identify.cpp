@@ -45,9 +45,9 @@ int identify(const Args& given) {
         std::cerr << "kelvara-cli identify: no GPIB library: " << connection.library_error()
                   << "\n";
     if (!connection.serial_error().empty())
-        std::cerr << "kelvara-cli identify: " << connection.serial_error() << "\n";
+        std::cerr << "kelvara-cli identify: " << printable(connection.serial_error()) << "\n";
     if (!connection.adapter_error().empty())
-        std::cerr << "kelvara-cli identify: " << connection.adapter_error() << "\n";
+        std::cerr << "kelvara-cli identify: " << printable(connection.adapter_error()) << "\n";
     if (!open) return 1;
     std::cout << designation(options.model) << " identified on "
               << where(connection, options, connection.setup()) << "\n";

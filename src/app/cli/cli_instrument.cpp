@@ -1,9 +1,15 @@
 // kelvara-cli list | read | write | delete: the instrument commands of the main window, run from
 // the command line. The command itself is the user's confirmation; every message the window
 // would show goes to stderr.
+#include <signal.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <charconv>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <set>
@@ -21,22 +27,31 @@ namespace kelvara::cli {
 
 namespace {
 
-// Passes messages on to stderr and remembers whether one of them reported a failure. The two
-// data-format notices are warnings: the transfer goes on after them.
-class WatchingPrompts : public Prompts {
-  public:
-    explicit WatchingPrompts(Prompts& out) : out_(out) {}
-    void message(const std::string& text, const std::string& title) override {
-        static const std::set<std::string> warnings = {kFormatZeroWarning,
-                                                       "Invalid data format number."};
-        if (!warnings.contains(text)) failed = true;
-        out_.message(text, title);
-    }
-    bool ask_yes_no(const std::string& text) override { return out_.ask_yes_no(text); }
-    bool failed = false;
+// Ctrl-C (SIGINT) or SIGTERM: the running transfer stops between two commands and the tool
+// exits with 128 + the signal's number once the link is closed; a second signal ends it at once.
+std::atomic<std::atomic<bool>*> cancel_flag{nullptr};
+volatile std::sig_atomic_t interrupted_by = 0;
 
-  private:
-    Prompts& out_;
+extern "C" void on_interrupt(int signal) {
+    if (interrupted_by != 0) ::_exit(128 + signal);
+    interrupted_by = signal;
+    if (std::atomic<bool>* flag = cancel_flag.load()) flag->store(true);
+}
+
+void catch_interrupts() {
+    static_assert(std::atomic<std::atomic<bool>*>::is_always_lock_free);
+    struct sigaction action {};
+    action.sa_handler = on_interrupt;
+    sigemptyset(&action.sa_mask);
+    for (int signal : {SIGINT, SIGTERM}) sigaction(signal, &action, nullptr);
+}
+
+// Stops pointing the signal handler at a link that is about to go away.
+struct CancelThrough {
+    explicit CancelThrough(InstrumentLink& link) { cancel_flag.store(&link.cancel_flag()); }
+    ~CancelThrough() { cancel_flag.store(nullptr); }
+    CancelThrough(const CancelThrough&) = delete;
+    CancelThrough& operator=(const CancelThrough&) = delete;
 };
 
 // Progress labels on one self-overwriting stderr line when stderr is a terminal; nothing
@@ -50,7 +65,7 @@ class StderrProgress : public Progress {
     void set_label(const std::string& text) override {
         label_ = text;
         if (!live_) return;
-        std::cerr << "\r\033[K" << text << std::flush;
+        std::cerr << "\r\033[K" << printable(text) << std::flush;
         shown_ = true;
     }
     std::string label() const override { return label_; }
@@ -110,6 +125,7 @@ std::optional<double> number_option(const std::string& text) {
 // Parses everything after the subcommand; a usage message on error.
 std::optional<std::string> parse(Action action, Args args, Request& r) {
     if (auto error = parse_connection_options(args, r.connection)) return error;
+    std::set<std::string> seen;
     for (size_t i = 0; i < args.size(); ++i) {
         std::string option = args[i];
         std::optional<std::string> value;
@@ -117,6 +133,8 @@ std::optional<std::string> parse(Action action, Args args, Request& r) {
             value = option.substr(eq + 1);
             option.resize(eq);
         }
+        if (option.starts_with("--") && !seen.insert(option).second)
+            return option + " given more than once";
         const bool scaling_option = option == "--units-offset" || option == "--units-factor" ||
                                     option == "--temperature-factor";
         if (option == "--no-scaling" && action == Action::Write && !value) {
@@ -195,11 +213,31 @@ std::optional<std::string> pick_location(Action action, const Request& r, PickLi
     return std::nullopt;
 }
 
+// OUT must be a file the model's reader family writes, in a folder that exists and takes new
+// files; checked before the instrument is asked anything.
+std::optional<std::string> check_output(const std::string& path, InstrumentModel model) {
+    if (std::string wrong = wrong_file_type(path, model); !wrong.empty()) return wrong;
+    namespace fs = std::filesystem;
+    const fs::path parent = fs::path(path).parent_path();
+    const std::string folder = parent.empty() ? std::string(".") : parent.string();
+    std::error_code ec;
+    if (!fs::is_directory(folder, ec))
+        return "cannot write " + path + ": the folder " + folder + " does not exist";
+    if (::access(folder.c_str(), W_OK | X_OK) != 0)
+        return "cannot write " + path + ": " + folder + ": " + std::strerror(errno);
+    if (fs::is_directory(path, ec)) return "cannot write " + path + ": it is a folder";
+    return std::nullopt;
+}
+
+int interrupted() {
+    return 128 + interrupted_by;
+}
+
 int run_action(Action action, const Args& given) {
     const std::string who = std::string("kelvara-cli ") + name_of(action) + ": ";
     Request r;
     if (auto error = parse(action, given, r)) {
-        std::cerr << who << *error << "\n";
+        std::cerr << who << printable(*error) << "\n";
         return 2;
     }
     const InstrumentModel model = r.connection.model;
@@ -209,26 +247,38 @@ int run_action(Action action, const Args& given) {
             std::cerr << who << *error << "\n";
             return 2;
         }
+    if (action == Action::Read)
+        if (auto error = check_output(r.path, model)) {
+            std::cerr << who << printable(*error) << "\n";
+            return 1;
+        }
+    catch_interrupts();
 
-    StderrPrompts stderr_prompts;
-    WatchingPrompts prompts(stderr_prompts);
+    StderrPrompts prompts;
     CurveRecord curve = CurveRecord::for_model(model);
     HeaderFields header = HeaderFields::for_model(model);
     if (action == Action::Write) {
         std::string reason;
         if (read_curve_file(r.path, model, curve, header, prompts, &reason) !=
             FileCommandResult::Done) {
-            std::cerr << who << (reason.empty() ? "cannot read " + r.path : reason) << "\n";
+            std::cerr << who
+                      << printable("cannot read " + r.path + (reason.empty() ? "" : ": " + reason))
+                      << "\n";
             return 1;
         }
-        prompts.failed = false;  // file notices are not transfer failures
     }
+    if (interrupted_by != 0) return interrupted();
 
     Connection connection(r.connection, prompts);
+    const CancelThrough cancel(connection.link());
     const bool open = connection.open();
     if (!connection.library_error().empty())
-        std::cerr << who << "no GPIB library: " << connection.library_error() << "\n";
-    if (!connection.adapter_error().empty()) std::cerr << who << connection.adapter_error() << "\n";
+        std::cerr << who << "no GPIB library: " << printable(connection.library_error()) << "\n";
+    if (!connection.adapter_error().empty())
+        std::cerr << who << printable(connection.adapter_error()) << "\n";
+    if (!connection.serial_error().empty())
+        std::cerr << who << printable(connection.serial_error()) << "\n";
+    if (interrupted_by != 0) return interrupted();
     if (!open) return 1;
 
     TransferState transfer;
@@ -236,56 +286,70 @@ int run_action(Action action, const Args& given) {
     NoViews views;
     Session session{connection.setup(), curve,   header,   picks,     transfer,
                     connection.link(),  prompts, progress, r.scaling, views};
+    TransferResult result = TransferResult::Failed;
     switch (action) {
         case Action::List:
-            grab_curve_names(session);
-            if (prompts.failed) return 1;
-            for (const auto& entry : picks.read.entries) std::cout << entry << "\n";
-            return 0;
-        case Action::Read: {
-            run_read_transfer(session);
-            if (prompts.failed) return 1;
-            if (curve.breakpoint_count == 0) {
-                std::cerr << who << "the location holds no curve points; nothing written\n";
-                return 1;
-            }
-            std::string reason;
-            if (write_curve_file(r.path, model, curve, header, prompts, &reason) !=
-                FileCommandResult::Done) {
-                std::cerr << who << (reason.empty() ? "cannot write " + r.path : reason) << "\n";
-                return 1;
-            }
-            return prompts.failed ? 1 : 0;
-        }
+            result = grab_curve_names(session);
+            break;
+        case Action::Read:
+            result = run_read_transfer(session);
+            break;
         case Action::Write:
-            run_write_transfer(session);
-            return prompts.failed ? 1 : 0;
+            result = run_write_transfer(session);
+            break;
         case Action::Delete:
-            run_delete_transfer(session);
-            return prompts.failed ? 1 : 0;
+            result = run_delete_transfer(session);
+            break;
     }
-    return 1;
+    if (connection.link().line_dead())
+        std::cerr << who << "the connection to the instrument was lost: "
+                  << printable(connection.link().dead_reason()) << "\n";
+    if (result == TransferResult::Cancelled) return interrupted_by != 0 ? interrupted() : 1;
+    if (result != TransferResult::Done) return 1;
+
+    if (action == Action::List)
+        for (const auto& entry : picks.read.entries) std::cout << printable(entry) << "\n";
+    if (action != Action::Read) return 0;
+    if (curve.breakpoint_count == 0) {
+        std::cerr << who << "the location holds no curve points; nothing written\n";
+        return 1;
+    }
+    // The writer's notices (a header field it had to change) are printed, not failures.
+    std::string reason;
+    if (write_curve_file(r.path, model, curve, header, prompts, &reason) !=
+        FileCommandResult::Done) {
+        std::cerr << who
+                  << printable("cannot write " + r.path + (reason.empty() ? "" : ": " + reason))
+                  << "\n";
+        return 1;
+    }
+    return 0;
 }
 
 const std::string kOn = std::string(" ") + kConnectionUsage;
 
-const Subcommand kList("list",
-                       "list" + kOn +
-                           "\n      Read the instrument's curve catalogue and print the read list's"
-                           "\n      entries, one a line (\"21 - NAME  SERIAL\").",
-                       [](const Args& a) { return run_action(Action::List, a); });
+const Subcommand kList(
+    "list",
+    "list" + kOn +
+        "\n      Read the instrument's curve catalogue and print the read list's"
+        "\n      entries, one a line (\"21 - NAME  SERIAL\"). Ctrl-C (or SIGTERM)"
+        "\n      stops any instrument command between two commands and exits"
+        "\n      with 130 (143).",
+    [](const Args& a) { return run_action(Action::List, a); });
 const Subcommand kRead(
     "read",
     "read" + kOn + " --location N OUT" +
         "\n      Read curve N from the instrument and write it to OUT, a curve file of"
-        "\n      the model's family (.TAZ/.TZA, .NAV/.DUN or .HOX).",
+        "\n      the model's family (.TAZ/.TZA, .NAV/.DUN or .HOX). OUT's type and folder are"
+        "\n      checked first; a read that fails or is stopped leaves OUT untouched.",
     [](const Args& a) { return run_action(Action::Read, a); });
 const Subcommand kWrite(
     "write",
     "write" + kOn +
         " --location N [--no-scaling | --units-offset X --units-factor X --temperature-factor X]"
         " IN\n      Write the curve of file IN to user location N. The older models' scaling takes"
-        "\n      its defaults unless a factor is given; --no-scaling sends the data unscaled.",
+        "\n      its defaults unless a factor is given; --no-scaling sends the data unscaled."
+        "\n      Exit 1 when the instrument did not take the whole curve or did not confirm it.",
     [](const Args& a) { return run_action(Action::Write, a); });
 const Subcommand kDelete("delete",
                          "delete" + kOn + " --location N" +

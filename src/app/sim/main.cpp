@@ -7,9 +7,9 @@
 // With --prologix the instrument sits behind a simulated Prologix-compatible GPIB-USB adapter on
 // the pseudo-terminal; with --prologix-tcp behind a GPIB-Ethernet one on 127.0.0.1:PORT (0: any
 // free port). The first line on standard output is the device to open (e.g. /dev/pts/4), or
-// 127.0.0.1:PORT. The instrument
-// serves until SIGINT, SIGTERM or SIGHUP; its curves live as long as the process, or in FILE
-// across runs with --state.
+// 127.0.0.1:PORT. The instrument serves until SIGINT, SIGTERM or SIGHUP (or until a hang-up
+// fault closes the terminal); its curves live as long as the process, or in FILE across runs
+// with --state.
 #include <unistd.h>
 
 #include <cerrno>
@@ -25,6 +25,7 @@
 #include "kelvara_version.h"
 #include "link/clock.h"
 #include "sim/adapter_server.h"
+#include "link/serial_port.h"
 #include "sim/instrument.h"
 #include "sim/prologix_adapter.h"
 #include "sim/pty_server.h"
@@ -51,7 +52,22 @@ constexpr const char* kUsage =
     "  --model MODEL    TAZ, DAL, FEN, GIR, HOX, KOR, LUM, MEP, NAV, OBR, PIX, QUA/RIL, VEM,\n"
     "                   WUN, ZEK, KIP, DUN or ELK\n"
     "  --identity TEXT  reply to the identification query instead of the model's own\n"
-    "  --faults LIST    comma-separated: silent, garbage, split=N, delay=SECONDS, cut=N, busy=N\n"
+    "  --faults LIST    comma-separated misbehaviour:\n"
+    "                     silent        hears everything, answers nothing\n"
+    "                     cut=N         silence after N command lines\n"
+    "                     hangup=N      the line hangs up after N command lines (the terminal\n"
+    "                                   closes)\n"
+    "                     garbage       replies replaced by printable bytes without a comma\n"
+    "                     noterm        replies without their line end\n"
+    "                     babble        replies that never end\n"
+    "                     trickle=SEC   replies arrive one byte every SEC seconds\n"
+    "                     split=N       replies arrive in N pieces\n"
+    "                     delay=SEC     replies start after SEC seconds\n"
+    "                     after=N       the reply faults above start after N command lines\n"
+    "                     speed[=BAUD]  replies leave at the model's (or this) line speed\n"
+    "                     busy=N        \"BUSY?\" answers busy N times after a save\n"
+    "                                   (busy=forever)\n"
+    "                     readfail=N    GPIB reads fail after N good ones (simulated library)\n"
     "  --state FILE     file that keeps the user curves across runs\n"
     "  --link PATH      also make PATH a symbolic link to the device\n"
     "  --prologix       behind a simulated Prologix-compatible GPIB-USB adapter on the device;\n"
@@ -161,7 +177,8 @@ int main(int argc, char** argv) {
 
     kelvara::sim::Instrument instrument(*model);
     if (!identity.empty()) instrument.set_identity(identity);
-    if (!instrument.faults.parse(faults)) {
+    const kelvara::SerialSettings line = kelvara::profile(*model).serial;
+    if (!instrument.faults.parse(faults, line.baud)) {
         std::cerr << "kelvara-sim: cannot understand --faults " << faults << "\n";
         return 2;
     }
@@ -175,6 +192,7 @@ int main(int argc, char** argv) {
     if (prologix || prologix_tcp) return serve_adapter(instrument, state, prologix_tcp, link_path);
 
     kelvara::sim::PtyServer server(instrument);
+    server.bits_per_character = 1 + line.data_bits + (line.parity == 'N' ? 0 : 1) + line.stop_bits;
     if (!server.open(&error)) {
         std::cerr << "kelvara-sim: " << error << "\n";
         return 1;
@@ -190,6 +208,9 @@ int main(int argc, char** argv) {
               << server.slave_path() << "; interrupt to stop\n";
     server.serve();
     running = nullptr;
+    if (server.hung_up())
+        std::cerr << "kelvara-sim: hung up after " << instrument.commands_received()
+                  << " command lines\n";
     if (!link_path.empty()) ::unlink(link_path.c_str());
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "link/qt/qt_serial_port.h"
 
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
@@ -35,8 +36,6 @@ QSerialPort::DataBits data_bits_of(int bits) {
     }
 }
 
-// How long take_input() waits for the first byte: short, so that the reply loop's time-out and
-// the window stay responsive, long enough not to spin.
 bool is_pseudo_terminal(const std::string& path) {
     struct stat st {};
     if (::stat(path.c_str(), &st) != 0 || !S_ISCHR(st.st_mode)) return false;
@@ -45,6 +44,8 @@ bool is_pseudo_terminal(const std::string& path) {
     return m >= 136 && m <= 143;
 }
 
+// How long take_input() waits for the first byte: short, so that the reply loop's time-out and
+// the window stay responsive, long enough not to spin.
 constexpr int kInputWaitMs = 10;
 constexpr int kWriteWaitMs = 2000;
 
@@ -58,6 +59,7 @@ QtSerialPort::~QtSerialPort() {
 
 bool QtSerialPort::open(int port, const std::string& device, const SerialSettings& settings) {
     close();
+    dead_ = false;
     opened_ = device.empty() ? serial_device_for_port(port) : device;
     if (opened_.empty()) {
         error_ = "no serial port " + std::to_string(port) + " on this machine";
@@ -82,6 +84,8 @@ bool QtSerialPort::open(int port, const std::string& device, const SerialSetting
         port_.close();
         return false;
     }
+    // A setting the pseudo-terminal refused is no sign of a dead line later.
+    port_.clearError();
     error_.clear();
     return true;
 }
@@ -101,18 +105,36 @@ void QtSerialPort::discard_input() {
 }
 
 void QtSerialPort::write(const std::string& bytes) {
-    if (!port_.isOpen()) return;
+    if (!port_.isOpen() || dead_) return;
     port_.write(bytes.data(), static_cast<qint64>(bytes.size()));
     // The procedures pause right after a command: the bytes must be on the line by then.
     while (port_.bytesToWrite() > 0 && port_.waitForBytesWritten(kWriteWaitMs)) {
     }
+    if (port_.bytesToWrite() > 0) check_line();
 }
 
 std::string QtSerialPort::take_input() {
-    if (!port_.isOpen()) return {};
-    if (port_.bytesAvailable() == 0) port_.waitForReadyRead(kInputWaitMs);
+    if (!port_.isOpen() || dead_) return {};
+    if (port_.bytesAvailable() == 0 && !port_.waitForReadyRead(kInputWaitMs)) check_line();
     const QByteArray data = port_.readAll();
     return std::string(data.constData(), static_cast<std::size_t>(data.size()));
+}
+
+void QtSerialPort::check_line() {
+    if (dead_) return;
+    // A line whose far end hung up, or whose adapter was pulled, reads as end-of-file and every
+    // wait on it returns at once; the descriptor's own state says so whatever Qt made of it.
+    pollfd fd{static_cast<int>(port_.handle()), POLLIN, 0};
+    if (fd.fd >= 0 && ::poll(&fd, 1, 0) == 1 && (fd.revents & (POLLHUP | POLLERR | POLLNVAL))) {
+        dead_ = true;
+        error_ = opened_ + ": the line hung up or the device was removed";
+        return;
+    }
+    const QSerialPort::SerialPortError e = port_.error();
+    if (e != QSerialPort::NoError && e != QSerialPort::TimeoutError) {
+        dead_ = true;
+        error_ = opened_ + ": " + port_.errorString().toStdString();
+    }
 }
 
 std::string QtSerialPort::device_name(int port) const {

@@ -19,15 +19,21 @@ class QtSerialPort : public SerialPort {
     void discard_input() override;
     void write(const std::string& bytes) override;
     std::string take_input() override;
+    bool line_dead() const override { return dead_; }
     std::string device_name(int port) const override;
 
-    // Why the last open() failed ("" when it succeeded).
-    const std::string& error() const { return error_; }
+    // Why the last open() failed or the line died ("" when neither).
+    std::string error() const override { return error_; }
     // The device the last open() used.
     const std::string& opened_device() const { return opened_; }
 
   private:
+    // Looks at the port after a wait that brought nothing: a hang-up, a removed device or an
+    // I/O error ends the line for good.
+    void check_line();
+
     QSerialPort port_;
+    bool dead_ = false;
     std::string error_;
     std::string opened_;
 };

@@ -5,7 +5,8 @@
 //   KELVARA_SIM_STATE     file holding the user curves: read at ibdev, rewritten after every
 //                         command that changes a curve, so separate processes share one
 //                         instrument
-//   KELVARA_SIM_FAULTS    misbehaviour, e.g. "clear=3,writefail=10" (see Faults::parse)
+//   KELVARA_SIM_FAULTS    misbehaviour, e.g. "clear=3,writefail=10,readfail=5,hangup=8,noterm"
+//                         (see Faults::parse; the serial pacing faults do not apply to GPIB)
 // Delays are real: a slow reply makes ibrd wait.
 #include <cstdlib>
 #include <memory>
@@ -64,7 +65,9 @@ bool ensure_instrument(Bus& b) {
     auto instrument = std::make_unique<Instrument>(*model);
     if (const std::string identity = environment("KELVARA_SIM_IDENTITY"); !identity.empty())
         instrument->set_identity(identity);
-    if (!instrument->faults.parse(environment("KELVARA_SIM_FAULTS"))) return false;
+    if (!instrument->faults.parse(environment("KELVARA_SIM_FAULTS"),
+                                  kelvara::profile(*model).serial.baud))
+        return false;
     b.instrument = std::move(instrument);
     b.driver = std::make_unique<SimGpibDriver>(*b.instrument, b.clock);
     b.state = std::make_unique<kelvara::sim::StateKeeper>(*b.instrument,

@@ -1,0 +1,196 @@
+// The window when a transfer goes wrong: a failed read leaves the curve on screen as it was, a
+// dead line takes the window offline with the way back named, a busy instrument and an
+// unsendable curve are reported; and the progress dialog's Cancel button, which alone gets
+// through while the window refuses every other click during a transfer.
+#include <sys/resource.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QtTest>
+
+#include "protocol/messages.h"
+#include "sim/instrument.h"
+#include "ui_script.h"
+
+using namespace kelvara;
+using namespace kelvara::test;
+
+Q_DECLARE_METATYPE(kelvara::InstrumentModel)
+
+namespace {
+const std::string kLost =
+    "The connection to the instrument was lost (%1). Kelvara now works offline: choose "
+    "\"New Instrument\" to connect again.";
+const std::string kCancelled =
+    "The instrument was disconnected after the cancel. Kelvara now works offline: choose "
+    "\"New Instrument\" to connect again.";
+
+double cpu_seconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_utime.tv_sec + usage.ru_utime.tv_usec / 1e6 + usage.ru_stime.tv_sec +
+           usage.ru_stime.tv_usec / 1e6;
+}
+
+bool instrument_buttons_enabled(Harness& h) {
+    for (const char* b : {"Command3", "Command4", "Command5"})
+        if (!h.find<QPushButton>(b)->isEnabled()) return false;
+    return true;
+}
+}  // namespace
+
+class TestTransferFaults : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+
+  private slots:
+    void initTestCase() { QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates)); }
+
+    void fault_during_a_transfer_data() {
+        QTest::addColumn<InstrumentModel>("model");
+        QTest::addColumn<int>("bus");         // 1 GPIB, 2 RS-232
+        QTest::addColumn<QString>("button");  // the command that runs the transfer
+        QTest::addColumn<QString>("faults");  // the counts are lines from the transfer's start
+        QTest::addColumn<int>("points");      // of the curve read from a file first
+        QTest::addColumn<QStringList>("messages");
+        QTest::addColumn<bool>("offline");
+        const QString lost_serial =
+            QString::fromStdString(kLost).arg("simulated port: the line hung up");
+        const QString lost_gpib =
+            QString::fromStdString(kLost).arg("the GPIB driver reported ENOL (no listener)");
+        const QString problem = QString::fromLatin1(kProblemTalking);
+        QTest::newRow("read, line hung up")
+            << InstrumentModel::TAZ << 2 << "Command3"
+            << "hangup=3" << 4 << QStringList{problem, lost_serial} << true;
+        QTest::newRow("read, silence") << InstrumentModel::TAZ << 2 << "Command3"
+                                       << "cut=3" << 4 << QStringList{problem} << false;
+        QTest::newRow("write, GPIB write fails")
+            << InstrumentModel::TAZ << 1 << "Command4"
+            << "hangup=2" << 4 << QStringList{problem, lost_gpib} << true;
+        QTest::newRow("delete, busy to the end")
+            << InstrumentModel::TAZ << 1 << "Command5"
+            << "busy=forever" << 4 << QStringList{QString::fromLatin1(kNotConfirmedSaved)} << false;
+        QTest::newRow("write, one point to the KOR")
+            << InstrumentModel::KOR << 2 << "Command4"
+            << "" << 1 << QStringList{QString::fromLatin1(kNothingSent)} << false;
+    }
+    void fault_during_a_transfer() {
+        QFETCH(InstrumentModel, model);
+        QFETCH(int, bus);
+        QFETCH(QString, button);
+        QFETCH(QString, faults);
+        QFETCH(int, points);
+        QFETCH(QStringList, messages);
+        QFETCH(bool, offline);
+        Harness h;
+        QVERIFY(h.start(model, bus));
+        const QString file = model == InstrumentModel::KOR
+                                 ? write_model_curve(
+                                       dir.filePath(QStringLiteral("one.NAV")), model, points,
+                                       [](int i) { return 0.1 + i; }, [](int) { return 300.0; })
+                                 : tza_file(dir, points, "ONSCREEN");
+        h.files.push_back(file);
+        h.w().Command1_Click();
+        const CurveRecord before = h.w().curve();
+        const QString name = h.text("Text31");
+
+        sim::Instrument* sim = h.sim(model);
+        QVERIFY(sim->faults.parse(faults.toStdString()));
+        // Counted from the transfer's first command on.
+        if (sim->faults.hangup_after >= 0) sim->faults.hangup_after += sim->commands_received();
+        if (sim->faults.cut_after >= 0) sim->faults.cut_after += sim->commands_received();
+        h.prompts.answers = {true};
+        const std::string dialog = button == "Command3"   ? "readcurve"
+                                   : button == "Command4" ? "writecurve"
+                                                          : "deletecurve";
+        h.script.expect(QString::fromStdString("pick" + dialog), pick(0))
+            .expect(QString::fromStdString(dialog), run_timed());
+        if (button == "Command3") h.w().Command3_Click();
+        if (button == "Command4") h.w().Command4_Click();
+        if (button == "Command5") h.w().Command5_Click();
+
+        QStringList shown;
+        for (const auto& t : h.prompts.texts()) shown << QString::fromStdString(t);
+        QCOMPARE(shown, messages);
+        QCOMPARE(instrument_buttons_enabled(h), !offline);
+        QCOMPARE(h.w().setup().interface == Interface::None, offline);
+        QVERIFY(!h.w().write_confirmed());
+        // Whatever failed, the window shows the curve it had.
+        QCOMPARE(h.w().curve().breakpoint_count, before.breakpoint_count);
+        QCOMPARE(h.w().curve().temperatures, before.temperatures);
+        QCOMPARE(h.text("Text31"), name);
+        QVERIFY(h.script.unexpected.isEmpty());
+    }
+
+    // The program as it runs, with the real clock and real modal loops: the HOX erase waits
+    // 20.1 s, the Cancel button (or Escape) ends it within a second, and a click on the window
+    // meanwhile does nothing.
+    void cancel_a_hox_write_data() {
+        QTest::addColumn<bool>("escape");
+        QTest::newRow("Cancel clicked") << false;
+        QTest::newRow("Escape pressed") << true;
+    }
+    void cancel_a_hox_write() {
+        QFETCH(bool, escape);
+        Harness h(true);
+        h.prompts.answers = {true};
+        h.files.push_back(write_model_curve(
+            dir.filePath(QStringLiteral("cancel.HOX")), InstrumentModel::HOX, 192,
+            [](int) { return 0.0; }, [](int i) { return 300.0 - i; }));
+        QElapsedTimer erase_sent, since_cancel;
+        double cpu_at_erase = 0, wait_cpu_share = 1;
+        bool cancel_found = false;
+        QTimer answer;
+        answer.setInterval(20);
+        QObject::connect(&answer, &QTimer::timeout, [&] {
+            auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            if (!d || !d->isVisible() || d->objectName() == "wait") return;
+            const QString name = d->objectName();
+            if (name == "instrumentselection") choose_model(InstrumentModel::HOX)(*d);
+            if (name == "communication") choose_interface(2, false)(*d);
+            if (name == "pickwritecurve") click(*d, "Command1");
+            if (name != "writecurve" || since_cancel.isValid()) return;
+            auto* cancel = child<QPushButton>(*d, "cmdCancelTransfer");
+            cancel_found = cancel != nullptr;
+            const sim::Instrument* sim = h.sim(InstrumentModel::HOX);
+            if (!cancel || !sim || sim->log().empty() || sim->log().back() != "ERASE!") return;
+            if (!erase_sent.isValid()) {
+                erase_sent.start();
+                cpu_at_erase = cpu_seconds();
+            }
+            if (erase_sent.elapsed() < 500) return;
+            wait_cpu_share = (cpu_seconds() - cpu_at_erase) / (erase_sent.elapsed() / 1000.0);
+            // Half a second into the erase: the window first, which must not answer.
+            QTest::mouseClick(h.find<QPushButton>("Command1"), Qt::LeftButton);
+            since_cancel.start();
+            if (escape)
+                QTest::keyClick(d, Qt::Key_Escape);
+            else
+                QTest::mouseClick(cancel, Qt::LeftButton);
+        });
+        answer.start();
+        QVERIFY(h.w().Form_Load());
+        h.w().show();
+        h.w().Command1_Click();
+        const int chooser_calls = int(h.filters.size());
+        h.w().Command4_Click();
+        answer.stop();
+        QVERIFY(cancel_found);
+        // The window stays painted during the wait without keeping a core busy.
+        QVERIFY2(wait_cpu_share < 0.05, qPrintable(QString::number(wait_cpu_share)));
+        QVERIFY(since_cancel.isValid());
+        QVERIFY2(since_cancel.elapsed() < 1000,
+                 qPrintable(QString::number(since_cancel.elapsed())));
+        QCOMPARE(int(h.filters.size()), chooser_calls);  // the click on the window was refused
+        QCOMPARE(
+            h.prompts.texts(),
+            (std::vector<std::string>{
+                "Writing cancelled. The instrument may now hold a partial curve.", kCancelled}));
+        QVERIFY(!instrument_buttons_enabled(h));
+        QVERIFY(!h.w().write_confirmed());
+        QCOMPARE(h.sim(InstrumentModel::HOX)->log().back(), std::string("ERASE!"));
+    }
+};
+
+QTEST_MAIN(TestTransferFaults)
+#include "test_transfer_faults.moc"
