@@ -20,4 +20,8 @@ SentCurve plan_older_write(Session& s, SentForm form, const std::string& locatio
 // HOX: the 192 grid points and the serial number cut to 8 characters.
 SentCurve plan_hox_write(const Session& s);
 
+// The model's read procedure, as the readcurve dialog runs it; nullptr for a model without one.
+using Procedure = TransferResult (*)(Session&);
+Procedure read_procedure_of(InstrumentModel model);
+
 }  // namespace kelvara::detail
