@@ -2,9 +2,11 @@
 // serves a curve that is not written, and a backup put back must leave the instrument as it was.
 // Every family on both buses against the simulator, on the virtual clock.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include "protocol/backup.h"
 #include "protocol/verify.h"
@@ -170,6 +172,148 @@ TEST(Compare, OpenCurveAgainstALocationAsAWriteWouldSendIt) {
         EXPECT_EQ(rig.header.name, "");                     // the window's field stays empty
         EXPECT_EQ(*rig.sim.curve(user_location(m)), held);  // nothing was written
     }
+}
+
+}  // namespace
+}  // namespace kelvara::test
+
+namespace kelvara::test {
+namespace {
+
+// A folder of its own for each test, removed afterwards.
+struct Folder {
+    fs::path path = fs::temp_directory_path() /
+                    ("kelvara-backup-" + std::to_string(::getpid()) + "-" + std::to_string(next++));
+    ~Folder() { fs::remove_all(path); }
+    std::string operator/(const std::string& name) const { return (path / name).string(); }
+    static inline int next = 0;
+};
+
+Log names_in(const fs::path& folder) {
+    Log out;
+    for (const auto& e : fs::directory_iterator(folder)) out.push_back(e.path().filename());
+    std::sort(out.begin(), out.end());
+    return out;
+}
+
+std::map<int, std::optional<sim::SimCurve>> user_curves(const Rig& rig) {
+    std::map<int, std::optional<sim::SimCurve>> out;
+    const auto& w = profile(rig.setup.model).write_locations;
+    for (int n : w.empty() ? std::vector<int>{sim::Instrument::kHoxLocation} : w) {
+        const sim::SimCurve* c = rig.sim.curve(n);
+        out[n] = c ? std::optional(*c) : std::nullopt;
+    }
+    return out;
+}
+
+struct RoundTrip {
+    InstrumentModel model;
+    Interface bus;
+    std::vector<int> locations;  // written before the backup
+    Log files;                   // the folder afterwards
+};
+
+void PrintTo(const RoundTrip& row, std::ostream* os) {
+    *os << designation(row.model) << (row.bus == GPIB ? " GPIB" : " RS-232");
+}
+
+class BackUp : public ::testing::TestWithParam<RoundTrip> {};
+
+// Curves written, backed up, all erased, restored: the instrument holds what it held, byte for
+// byte; factory locations are not saved and empty ones leave no file.
+TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
+    const RoundTrip& row = GetParam();
+    Rig rig(row.model);
+    rig.connect_simulated(row.bus);
+    for (std::size_t k = 0; k < row.locations.size(); ++k) {
+        load_window_curve(rig, row.model, static_cast<int>(k));
+        rig.header.name += std::to_string(k);
+        // An XK instrument keeps the thermocouple character of a curve read from it.
+        rig.transfer.thermocouple_char = k == 1 ? "5" : "";
+        pick_everywhere(rig, row.locations[k]);
+        ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done);
+    }
+    const auto before = user_curves(rig);
+    Folder folder;
+
+    const BackupReport saved = back_up_curves(rig.session, folder / "new", "2024-05-06 07:08:09");
+    EXPECT_EQ(saved.result, TransferResult::Done)
+        << ::testing::PrintToString(backup_report_lines(saved));
+    EXPECT_EQ(names_in(folder.path / "new"), row.files);
+    std::ifstream summary(folder / "new/backup.txt");
+    std::string model, id;
+    std::getline(summary, model);
+    std::getline(summary, model);
+    std::getline(summary, id);
+    EXPECT_EQ(model, "Model: " + std::string(designation(row.model)));
+    EXPECT_EQ(id, "Identification: " + rig.sim.identity());
+
+    for (int n : row.locations) {
+        pick_everywhere(rig, n);
+        ASSERT_EQ(run_delete_transfer(rig.session), TransferResult::Done);
+    }
+    for (int n : row.locations) ASSERT_EQ(rig.sim.curve(n), nullptr);
+
+    const RestoreReport restored = restore_curves(rig.session, folder / "new", {});
+    EXPECT_EQ(restored.result, TransferResult::Done);
+    Log lines;
+    for (std::size_t k = 0; k < row.locations.size(); ++k)
+        lines.push_back(slot_label(restored.entries[k].slot) + " (" + row.files[k] +
+                        "): written and verified");
+    EXPECT_EQ(restore_report_lines(restored), lines);
+    EXPECT_EQ(user_curves(rig), before);
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Table, BackUp, ::testing::Values(
+    RoundTrip{TAZ, GPIB, {21, 35, 60}, {"21.TAZ", "35.TAZ", "60.TAZ", "backup.txt"}},
+    RoundTrip{NAV, RS232, {11, 30}, {"11.NAV", "30.NAV", "backup.txt"}},
+    RoundTrip{ELK, GPIB, {6, 7}, {"06.DUN", "07.DUN", "backup.txt"}},
+    RoundTrip{HOX, RS232, {sim::Instrument::kHoxLocation}, {"HOX.HOX", "backup.txt"}}));
+// clang-format on
+
+// What the backup and the restore refuse or cannot promise.
+TEST(BackUp, RefusesAnOlderBackupAndSaysWhatWillNotComeBack) {
+    Rig rig(NAV);
+    rig.connect_simulated(RS232);
+    load_window_curve(rig, NAV);
+    // Name and serial number together shorter than the instrument's 9-character name field:
+    // the reader sees one name and "no number", which a write sends back differently.
+    rig.header.name = "PT1";
+    rig.header.serial_number = "A";
+    pick_everywhere(rig, 12);
+    ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done);
+    Folder folder;
+
+    const BackupReport saved = back_up_curves(rig.session, folder.path, "today");
+    EXPECT_EQ(saved.result, TransferResult::Failed);
+    EXPECT_EQ(backup_report_lines(saved),
+              (Log{"location 12: saved in 12.NAV (PT1A, no number, 6 points); a restore would not "
+                   "give back all of it:",
+                   R"(  name: would send "PT1Ano nu", instrument holds "PT1A")",
+                   R"(  serial number: would send "m", instrument holds "no number")",
+                   "empty, nothing to save: 11 13 14 15 16 17 18 19 20 21 22 23 24 25 26 27 28 29 "
+                   "30 31"}));
+
+    const int commands = rig.sim.commands_received();
+    const BackupReport again = back_up_curves(rig.session, folder.path, "today");
+    EXPECT_EQ(again.failure, folder.path.string() +
+                                 " already holds a backup (backup.txt): choose an empty or a "
+                                 "new folder");
+    EXPECT_EQ(rig.sim.commands_received(), commands);
+
+    // A file for a location the model cannot write is not sent; a location asked for without
+    // a file is reported.
+    fs::copy_file(folder / "12.NAV", folder / "05.NAV");
+    const RestoreReport all = restore_curves(rig.session, folder.path, {});
+    EXPECT_EQ(all.result, TransferResult::Failed);
+    EXPECT_EQ(restore_report_lines(all),
+              (Log{"location 5 (05.NAV): failed:",
+                   "  location 5 is not a user location of the NAV: not written",
+                   "location 12 (12.NAV): written and verified"}));
+    const RestoreReport some = restore_curves(rig.session, folder.path, {12, 30});
+    EXPECT_EQ(restore_report_lines(some).back(),
+              "  no file for location 30 in " + folder.path.string());
 }
 
 }  // namespace
