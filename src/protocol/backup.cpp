@@ -269,6 +269,8 @@ RestoreEntry restore_slot(Session& s, const BackupSlot& slot, const std::string&
             entry.state = RestoreEntry::State::Failed;
             entry.lines = {kVerifyCancelled};
             break;
+        case CheckOutcome::Unsendable:  // only a curve compared without writing
+            break;
     }
     return entry;
 }
@@ -293,6 +295,19 @@ std::vector<BackupSlot> backup_slots(InstrumentModel model) {
     return out;
 }
 
+std::string backup_folder_problem(InstrumentModel model, const std::string& folder) {
+    std::error_code ec;
+    if (fs::exists(folder, ec) && !fs::is_directory(folder, ec))
+        return "cannot use " + folder + ": it is not a folder";
+    std::vector<std::string> names{kBackupSummaryName};
+    for (const auto& slot : backup_slots(model)) names.push_back(slot.file);
+    for (const std::string& name : names)
+        if (fs::exists(fs::path(folder) / name, ec))
+            return folder + " already holds a backup (" + name +
+                   "): choose an empty or a new folder";
+    return {};
+}
+
 std::string slot_label(const BackupSlot& slot) {
     return slot.location.empty() ? "the curve" : "location " + slot.location;
 }
@@ -300,24 +315,12 @@ std::string slot_label(const BackupSlot& slot) {
 BackupReport back_up_curves(Session& s, const std::string& folder, const std::string& date) {
     BackupReport report;
     const std::vector<BackupSlot> slots = backup_slots(s.setup.model);
-    std::error_code ec;
-    if (fs::exists(folder, ec) && !fs::is_directory(folder, ec)) {
+    report.failure = backup_folder_problem(s.setup.model, folder);
+    if (!report.failure.empty()) {
         report.result = TransferResult::Failed;
-        report.failure = "cannot use " + folder + ": it is not a folder";
         return report;
     }
-    for (const std::string& name : [&] {
-             std::vector<std::string> names{kBackupSummaryName};
-             for (const auto& slot : slots) names.push_back(slot.file);
-             return names;
-         }()) {
-        if (fs::exists(fs::path(folder) / name, ec)) {
-            report.result = TransferResult::Failed;
-            report.failure =
-                folder + " already holds a backup (" + name + "): choose an empty or a new folder";
-            return report;
-        }
-    }
+    std::error_code ec;
     if (!fs::create_directories(folder, ec) && ec) {
         report.result = TransferResult::Failed;
         report.failure = "cannot create " + folder + ": " + ec.message();

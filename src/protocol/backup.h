@@ -50,6 +50,10 @@ struct BackupReport {
     std::vector<BackupEntry> entries;
 };
 
+// Why `folder` cannot take a backup of the model ("" when it can): it is no folder, or it already
+// holds a backup.
+std::string backup_folder_problem(InstrumentModel model, const std::string& folder);
+
 // Reads the catalogue (refreshing the pick lists), then every user location, into `folder`,
 // which is created when missing. A folder that already holds a backup is refused before the
 // instrument is asked anything, so that an older backup is never mixed with a newer one. A file

@@ -180,9 +180,13 @@ LocationRead read_location(Session& s, const std::string& location,
                     s.link,  prompts,   progress,   s.scaling, views};
     out.result = procedure(scratch);
     out.messages = prompts.texts();
-    out.no_curve =
+    const bool said_none =
         out.result == TransferResult::Failed && !s.link.line_dead() &&
         std::find(out.messages.begin(), out.messages.end(), kNoCurvePresent) != out.messages.end();
+    const bool blank = out.result == TransferResult::Done && out.curve.breakpoint_count == 0 &&
+                       trim_blanks(out.header.name).empty() &&
+                       trim_blanks(out.header.serial_number).empty();
+    out.no_curve = said_none || blank;
     detail::settle_link(s, out.result);
     return out;
 }
@@ -277,7 +281,7 @@ std::optional<SentCurve> plan_write(Session& s, const std::string& location, std
 CurveCheck compare_with_location(Session& s, const std::string& location) {
     std::string why;
     const std::optional<SentCurve> plan = plan_write(s, location, &why);
-    if (!plan) return {CheckOutcome::ReadFailed, {}, why};
+    if (!plan) return {CheckOutcome::Unsendable, {}, why};
     return verify_sent_curve(s, *plan, true);
 }
 

@@ -17,6 +17,7 @@ enum class CheckOutcome {
     Differ,      // it holds something else: `differences` says what, one line each
     ReadFailed,  // the location could not be read back: `failure` says why
     Cancelled,   // the user stopped the read-back (the link is closed, as after any cancel)
+    Unsendable,  // compared without writing: a write would send nothing (`failure` says why)
 };
 
 struct CurveCheck {
@@ -28,7 +29,9 @@ struct CurveCheck {
 // What the model's read procedure made of a location.
 struct LocationRead {
     TransferResult result = TransferResult::Failed;
-    bool no_curve = false;  // the instrument answered that the location holds no curve
+    // The instrument answered that the location holds no curve (the older models), or gave a
+    // header of blanks and no point.
+    bool no_curve = false;
     CurveRecord curve;
     HeaderFields header;
     TransferState transfer;
@@ -75,7 +78,7 @@ CurveCheck compare_with_location(Session& s, const std::string& location);
 inline constexpr const char* kVerifyDiffers =
     "The instrument does not hold the curve as it was sent:";
 inline constexpr const char* kCompareDiffers =
-    "The instrument's curve differs from the open curve:";
+    "The instrument does not hold the curve as a write would send it:";
 inline constexpr const char* kCompareAgrees =
     "The instrument holds the curve as a write would send it.";
 inline constexpr const char* kVerifyCancelled =
