@@ -93,14 +93,18 @@ bool hox_erased(const LocationRead& held) {
     return trim_blanks(held.header.serial_number).empty();
 }
 
+bool is_dun_file(const std::string& name) {
+    std::string ext = name.size() >= 3 ? name.substr(name.size() - 3) : name;
+    for (char& ch : ext) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+    return ext == "DUN";
+}
+
 // A .DUN file pads the name to 9 characters and right-aligns the serial number; the blanks are
 // the file's layout, not the curve's.
 void unpad_dun_fields(HeaderFields& header) {
-    const auto end = header.name.find_last_not_of(' ');
-    header.name.erase(end == std::string::npos ? 0 : end + 1);
-    header.serial_number.erase(0, header.serial_number.find_first_not_of(' ') == std::string::npos
-                                      ? header.serial_number.size()
-                                      : header.serial_number.find_first_not_of(' '));
+    header.name.erase(header.name.find_last_not_of(' ') + 1);
+    header.serial_number.erase(
+        0, std::min(header.serial_number.find_first_not_of(' '), header.serial_number.size()));
 }
 
 // What a restore of the file would send, compared with what the instrument holds now.
@@ -231,7 +235,7 @@ RestoreEntry restore_slot(Session& s, const BackupSlot& slot, const std::string&
         entry.lines = {"cannot read " + slot.file + ": " + reason};
         return entry;
     }
-    if (xk_family(model) && (slot.file.ends_with(".DUN") || slot.file.ends_with(".dun"))) {
+    if (xk_family(model) && is_dun_file(slot.file)) {
         unpad_dun_fields(header);
         transfer.thermocouple_char = curve.dun_format_char;
     }
