@@ -113,7 +113,8 @@ class TestInstrumentMenu : public QObject {
             .expect("repeatchoice", press("Command2"));
         QVERIFY(!h.w().Form_Load());
         QVERIFY(h.script.steps.empty());
-        QCOMPARE(lines, QStringLiteral("point 3: sent .300000, 370.000; instrument holds no point"));
+        QCOMPARE(lines,
+                 QStringLiteral("point 3: sent .300000, 370.000; instrument holds no point"));
         QVERIFY(h.prompts.texts().empty());  // no "Curve writing to instrument completed."
     }
 
