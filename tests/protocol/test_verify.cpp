@@ -9,6 +9,7 @@
 #include <map>
 
 #include "protocol/backup.h"
+#include "protocol/kcur_shared.h"
 #include "protocol/verify.h"
 #include "rig.h"
 
@@ -211,6 +212,7 @@ struct RoundTrip {
     Interface bus;
     std::vector<int> locations;  // written before the backup
     Log files;                   // the folder afterwards
+    int unscaled = -1;           // a location holding ohms sent unscaled (no default scaling)
 };
 
 void PrintTo(const RoundTrip& row, std::ostream* os) {
@@ -233,6 +235,13 @@ TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
         pick_everywhere(rig, row.locations[k]);
         ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done);
     }
+    if (row.unscaled >= 0) {
+        // Ohms as a write with --no-scaling leaves them: the restore must not scale them again.
+        sim::SimCurve ohms{"", "", "S40PT-100-RAWP7", "", "", "", {}};
+        for (int k = 0; k < 4; ++k)
+            ohms.points.push_back({older_units_text(20 + 20 * k), older_temperature_text(50 * k)});
+        rig.sim.store(row.unscaled, ohms);
+    }
     const auto before = user_curves(rig);
     Folder folder;
 
@@ -248,16 +257,18 @@ TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
     EXPECT_EQ(model, "Model: " + std::string(designation(row.model)));
     EXPECT_EQ(id, "Identification: " + rig.sim.identity());
 
-    for (int n : row.locations) {
+    std::vector<int> all = row.locations;
+    if (row.unscaled >= 0) all.push_back(row.unscaled);
+    for (int n : all) {
         pick_everywhere(rig, n);
         ASSERT_EQ(run_delete_transfer(rig.session), TransferResult::Done);
+        ASSERT_EQ(rig.sim.curve(n), nullptr);
     }
-    for (int n : row.locations) ASSERT_EQ(rig.sim.curve(n), nullptr);
 
     const RestoreReport restored = restore_curves(rig.session, folder / "new", {});
     EXPECT_EQ(restored.result, TransferResult::Done);
     Log lines;
-    for (std::size_t k = 0; k < row.locations.size(); ++k)
+    for (std::size_t k = 0; k < all.size(); ++k)
         lines.push_back(slot_label(restored.entries[k].slot) + " (" + row.files[k] +
                         "): written and verified");
     EXPECT_EQ(restore_report_lines(restored), lines);
@@ -267,7 +278,7 @@ TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
 // clang-format off
 INSTANTIATE_TEST_SUITE_P(Table, BackUp, ::testing::Values(
     RoundTrip{TAZ, GPIB, {21, 35, 60}, {"21.TAZ", "35.TAZ", "60.TAZ", "backup.txt"}},
-    RoundTrip{NAV, RS232, {11, 30}, {"11.NAV", "30.NAV", "backup.txt"}},
+    RoundTrip{NAV, RS232, {11}, {"11.NAV", "30.NAV", "backup.txt"}, 30},
     RoundTrip{ELK, GPIB, {6, 7}, {"06.DUN", "07.DUN", "backup.txt"}},
     RoundTrip{HOX, RS232, {sim::Instrument::kHoxLocation}, {"HOX.HOX", "backup.txt"}}));
 // clang-format on
