@@ -395,6 +395,7 @@ int run_action(Action action, const Args& given) {
     TransferResult result = TransferResult::Failed;
     std::optional<CurveCheck> check;
     std::vector<std::string> report;
+    std::string failure;  // backup, restore: the folder could not be used
     switch (action) {
         case Action::List:
             result = grab_curve_names(session);
@@ -418,19 +419,20 @@ int run_action(Action action, const Args& given) {
             const BackupReport done = back_up_curves(session, r.path, local_date());
             result = done.result;
             report = backup_report_lines(done);
-            if (!done.failure.empty()) report.push_back(done.failure);
+            failure = done.failure;
             break;
         }
         case Action::Restore: {
             const RestoreReport done = restore_curves(session, r.path, r.locations);
             result = done.result;
             report = restore_report_lines(done);
-            if (!done.failure.empty()) report.push_back(done.failure);
+            failure = done.failure;
             break;
         }
     }
     progress.finish();
     print_lines(std::cout, report);
+    if (!failure.empty()) std::cerr << who << printable(failure) << "\n";
     if (check) {
         const bool comparing = action == Action::Compare;
         switch (check->outcome) {
