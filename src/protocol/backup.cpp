@@ -445,9 +445,14 @@ RestoreReport restore_curves(Session& s, const std::string& folder, const std::v
     return report;
 }
 
+// "-" stands for the HOX's one curve in a list of locations.
+std::string listed(const BackupSlot& slot) {
+    return slot.location.empty() ? std::string("-") : slot.location;
+}
+
 std::vector<std::string> backup_report_lines(const BackupReport& report) {
     std::vector<std::string> out;
-    std::string empty;
+    std::string empty, stopped;
     for (const auto& e : report.entries) {
         const std::string who = slot_label(e.slot);
         switch (e.state) {
@@ -460,19 +465,19 @@ std::vector<std::string> backup_report_lines(const BackupReport& report) {
                                    : ""));
                 break;
             case BackupEntry::State::Empty:
-                empty += (empty.empty() ? "" : " ") +
-                         (e.slot.location.empty() ? std::string("-") : e.slot.location);
+                empty += (empty.empty() ? "" : " ") + listed(e.slot);
                 continue;
             case BackupEntry::State::Failed:
                 out.push_back(who + ": not saved:");
                 break;
             case BackupEntry::State::NotReached:
-                out.push_back(who + ": not saved: the backup stopped before it");
-                break;
+                stopped += (stopped.empty() ? "" : " ") + listed(e.slot);
+                continue;
         }
         for (const auto& n : e.notes) out.push_back("  " + n);
     }
     if (!empty.empty()) out.push_back("empty, nothing to save: " + empty);
+    if (!stopped.empty()) out.push_back("not saved, the backup stopped before them: " + stopped);
     return out;
 }
 
