@@ -229,29 +229,38 @@ std::string FormatNoLocale(double value, std::string_view picture) {
     return out;
 }
 
+const char* sensor_units_picture(double value) {
+    return value < 0.999995  ? ".000000"
+           : value < 9.99995 ? "0.00000"
+           : value < 99.9995 ? "00.0000"
+           : value < 999.995 ? "000.000"
+           : value < 9999.95 ? "0000.00"
+           : value < 99999.5 ? "00000.0"
+                             : "000000.";
+}
+
+const char* temperature_picture(double value) {
+    return value < 0      ? "0.00000e-00"
+           : value < 10   ? "0.00000"
+           : value < 100  ? "00.0000"
+           : value < 1000 ? "000.000"
+                          : "0000.00";
+}
+
+const char* temperature_wun_picture(double value) {
+    return value >= 0 && value < 1 ? "0.00000e-#0" : temperature_picture(value);
+}
+
 std::string format_sensor_units(double value) {
-    const char* picture = value < 0.999995  ? ".000000"
-                          : value < 9.99995 ? "0.00000"
-                          : value < 99.9995 ? "00.0000"
-                          : value < 999.995 ? "000.000"
-                          : value < 9999.95 ? "0000.00"
-                          : value < 99999.5 ? "00000.0"
-                                            : "000000.";
-    return FormatNoLocale(value, picture);
+    return FormatNoLocale(value, sensor_units_picture(value));
 }
 
 std::string format_temperature(double value) {
-    const char* picture = value < 0      ? "0.00000e-00"
-                          : value < 10   ? "0.00000"
-                          : value < 100  ? "00.0000"
-                          : value < 1000 ? "000.000"
-                                         : "0000.00";
-    return FormatNoLocale(value, picture);
+    return FormatNoLocale(value, temperature_picture(value));
 }
 
 std::string format_temperature_wun(double value) {
-    if (value >= 0 && value < 1) return FormatNoLocale(value, "0.00000e-#0");
-    return format_temperature(value);
+    return FormatNoLocale(value, temperature_wun_picture(value));
 }
 
 double parse_leading_number(std::string_view text) {

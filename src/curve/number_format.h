@@ -16,7 +16,11 @@ namespace kelvara {
 // A negative value gets a leading "-", also when it rounds to zero.
 std::string FormatNoLocale(double value, std::string_view picture);
 
-// Picture choosers used by the header/point instrument writers.
+// Picture choosers used by the header/point instrument writers, and the pictures they choose
+// (a write remembers them, so that a value read back can be formatted the same way).
+const char* sensor_units_picture(double value);
+const char* temperature_picture(double value);
+const char* temperature_wun_picture(double value);
 std::string format_sensor_units(double value);
 std::string format_temperature(double value);
 std::string format_temperature_wun(double value);

@@ -166,6 +166,13 @@ void InstrumentLink::start_over() {
     last_reply_ = ReplyStatus::Complete;
     lf_owed_ = false;
     commands_sent_ = 0;
+    identification_.clear();
+}
+
+void InstrumentLink::remember_identification(const std::string& reply) {
+    // Without the line end, and without the blanks a GPIB buffer is filled with.
+    const std::size_t end = reply.find_last_not_of(" \r\n");
+    identification_ = end == std::string::npos ? std::string() : reply.substr(0, end + 1);
 }
 
 void InstrumentLink::quit_setup(SetupChoices& choices) {
@@ -221,6 +228,8 @@ void InstrumentLink::setup_488(SetupChoices& choices) {
     if (cancel_requested()) return quit_setup(choices);
     if (!identification_accepted(p, reply))
         fail_gpib(choices, p != nullptr && p->ping_reply_needs_comma ? kImproperPing : kWrongModel);
+    else
+        remember_identification(reply);
 }
 
 std::string InstrumentLink::collect_serial_reply(std::size_t largest) {
@@ -318,7 +327,10 @@ void InstrumentLink::setup_rs232(SetupChoices& choices) {
         if (cancel_requested()) return quit_setup(choices);
         if (reply.empty()) return fail_rs232(choices, kRs232Error);
     }
-    if (!identification_accepted(p, reply)) fail_rs232(choices, kWrongModel);
+    if (!identification_accepted(p, reply))
+        fail_rs232(choices, kWrongModel);
+    else
+        remember_identification(reply);
 }
 
 bool InstrumentLink::send_command(const std::string& text, bool clear_input) {

@@ -68,6 +68,9 @@ class InstrumentLink {
 
     // Commands that went out since the link was opened.
     int commands_sent() const { return commands_sent_; }
+    // The instrument's reply to the identification query of the set-up that opened the link
+    // ("" before one succeeded).
+    const std::string& identification() const { return identification_; }
 
     // Returns the instrument to local and closes the port/device; the interface becomes None.
     void close();
@@ -88,6 +91,7 @@ class InstrumentLink {
     void start_over();
     void quit_setup(SetupChoices& choices);
     void mark_dead(const std::string& reason);
+    void remember_identification(const std::string& reply);
     std::string collect_serial_reply(std::size_t largest);
 
     Clock& clock_;
@@ -106,6 +110,7 @@ class InstrumentLink {
     std::string dead_reason_;
     std::atomic<bool> cancel_{false};
     int commands_sent_ = 0;
+    std::string identification_;
     static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
 };
 

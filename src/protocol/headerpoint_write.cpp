@@ -6,6 +6,7 @@
 #include "curve/number_format.h"
 #include "protocol/headerpoint.h"
 #include "protocol/headerpoint_wire.h"
+#include "protocol/write_plans.h"
 
 namespace kelvara {
 
@@ -52,56 +53,32 @@ const WriteRow kDalWrite{.route = Route::Rs232Only,
                          .readback = {0.3, 0.3},
                          .reset = Pace{5.0, 5.0}};
 
-struct SentHeader {
-    std::string name, serial, limit;
-    int format = 0;
-    int coefficient = 1;
-};
-
-// Fills in the fields the instrument cannot take empty and computes what is sent. The window's
-// fields keep "no name", "no number" and "0" afterwards; the cuts apply to the sent text only.
-SentHeader prepare_header(Session& s) {
-    HeaderFields& h = s.header;
-    SentHeader out;
-    if (h.name.empty()) h.name = "no name";
-    out.name = h.name.size() >= 16 ? h.name.substr(0, 15) : h.name;
-    if (h.serial_number.empty()) h.serial_number = "no number";
-    out.serial = h.serial_number.size() >= 11 ? h.serial_number.substr(0, 10) : h.serial_number;
-    out.format = data_format_from_selection(h);
-    if (out.format == 0) s.prompts.message(kFormatZeroWarning);
-    if (!is_numeric_text(h.setpoint_text)) h.setpoint_text = "0";
-    const double limit = parse_leading_number(h.setpoint_text);
-    out.limit = (limit < 0 ? "" : " ") + general_text(limit);
-    out.coefficient = temperature_coefficient_of(s.curve);
-    s.curve.temperature_coefficient = out.coefficient;
-    return out;
-}
-
-std::string header_command(const std::string& n, const SentHeader& h, bool quoted) {
+std::string header_command(const std::string& n, const SentCurve& h, bool quoted) {
     const std::string q = quoted ? "\"" : "";
     return "CRVHDR " + n + "," + q + h.name + q + "," + q + h.serial + q + "," +
-           std::to_string(h.format) + "," + h.limit + "," + std::to_string(h.coefficient);
+           std::to_string(h.data_format) + "," + h.setpoint_limit + "," +
+           std::to_string(h.coefficient);
 }
 
 TransferResult write_header_point_curve(Session& s, const WriteRow& row) {
-    const SentHeader header = prepare_header(s);
+    const std::string n = detail::picked_curve_number(s.picks.write);
+    const SentCurve& sent = s.transfer.sent =
+        detail::plan_header_point_write(s, row.wun_temperatures, n);
     Wire wire(s, row.route, row.crlf_on_gpib);
     if (!wire.check_interface()) return wire.result();
-    const std::string n = detail::picked_curve_number(s.picks.write);
 
     if (!wire.send("CRVDEL " + n) || !wire.pause(row.erase)) return wire.result();
-    if (!wire.send(header_command(n, header, row.quoted)) || !wire.pause(row.header))
+    if (!wire.send(header_command(n, sent, row.quoted)) || !wire.pause(row.header))
         return wire.result();
 
-    const CurveRecord& c = s.curve;
-    for (int i = 1; i <= c.breakpoint_count; ++i) {
-        const double t = c.temperatures[i - 1];
-        const std::string point =
-            "CRVPT " + n + "," + std::to_string(i) + "," +
-            format_sensor_units(c.sensor_units[i - 1]) + "," +
-            (row.wun_temperatures ? format_temperature_wun(t) : format_temperature(t));
-        if (!wire.send(point) || !wire.pause(row.point)) return wire.result();
-        const double fraction = static_cast<double>(i) / c.breakpoint_count;
+    const int count = static_cast<int>(sent.points.size());
+    for (int i = 1; i <= count; ++i) {
+        const SentPoint& p = sent.points[i - 1];
+        if (!wire.send("CRVPT " + n + "," + std::to_string(i) + "," + p.units.text + "," +
+                       p.temperature.text) ||
+            !wire.pause(row.point))
+            return wire.result();
+        const double fraction = static_cast<double>(i) / count;
         s.progress.set_label(kPercentCompleted + FormatNoLocale(fraction * 100, "##0.0") + "%");
         s.progress.set_fraction(fraction);
     }
@@ -145,6 +122,37 @@ TransferResult write_curve_to_wun(Session& s) {
 }
 
 namespace detail {
+
+SentCurve plan_header_point_write(Session& s, bool wun_temperatures, const std::string& n) {
+    // The window's fields keep "no name", "no number" and "0" afterwards; the cuts apply to the
+    // sent text only.
+    HeaderFields& h = s.header;
+    SentCurve out;
+    out.form = SentForm::HeaderPoint;
+    out.location = n;
+    if (h.name.empty()) h.name = "no name";
+    out.name = h.name.size() >= 16 ? h.name.substr(0, 15) : h.name;
+    if (h.serial_number.empty()) h.serial_number = "no number";
+    out.serial = h.serial_number.size() >= 11 ? h.serial_number.substr(0, 10) : h.serial_number;
+    out.data_format = data_format_from_selection(h);
+    if (out.data_format == 0) s.prompts.message(kFormatZeroWarning);
+    if (!is_numeric_text(h.setpoint_text)) h.setpoint_text = "0";
+    const double limit = parse_leading_number(h.setpoint_text);
+    out.setpoint_limit = (limit < 0 ? "" : " ") + general_text(limit);
+    out.coefficient = temperature_coefficient_of(s.curve);
+    s.curve.temperature_coefficient = out.coefficient;
+
+    const CurveRecord& c = s.curve;
+    for (int i = 0; i < c.breakpoint_count; ++i) {
+        const double u = c.sensor_units[i];
+        const double t = c.temperatures[i];
+        const char* picture =
+            wun_temperatures ? temperature_wun_picture(t) : temperature_picture(t);
+        out.points.push_back({{FormatNoLocale(u, sensor_units_picture(u)), sensor_units_picture(u)},
+                              {FormatNoLocale(t, picture), picture}});
+    }
+    return out;
+}
 
 std::optional<std::int32_t> query_free_points(Wire& wire) {
     Session& s = wire.session();

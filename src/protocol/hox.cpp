@@ -6,6 +6,7 @@
 #include "curve/number_format.h"
 #include "protocol/older_procedures.h"
 #include "protocol/wire.h"
+#include "protocol/write_plans.h"
 
 namespace kelvara {
 
@@ -23,8 +24,11 @@ double grid_units(const CurveRecord& c, int index) {
                                                            : hox_grid_units(index);
 }
 
+constexpr const char* kGridPicture = "0.00";
+constexpr const char* kHoxTemperaturePicture = "000.000";
+
 std::string grid_text(const CurveRecord& c, int index) {
-    return FormatNoLocale(grid_units(c, index), "0.00");
+    return FormatNoLocale(grid_units(c, index), kGridPicture);
 }
 
 // The reply without the line end the instrument sends after it.
@@ -40,26 +44,40 @@ int grid_size(const Session& s) {
 
 }  // namespace
 
+namespace detail {
+
+SentCurve plan_hox_write(const Session& s) {
+    const CurveRecord& c = s.curve;
+    SentCurve out;
+    out.form = SentForm::Hox;
+    out.serial = s.header.serial_number.substr(0, kSerialLength);
+    // Every grid point goes out, empty ones too: the instrument's table has no gaps.
+    const int points = grid_size(s);
+    for (int i = 0; i < points; ++i) {
+        const double t = i < static_cast<int>(c.temperatures.size()) ? c.temperatures[i] : 0.0;
+        out.points.push_back({{grid_text(c, i), kGridPicture},
+                              {FormatNoLocale(t, kHoxTemperaturePicture), kHoxTemperaturePicture}});
+    }
+    return out;
+}
+
+}  // namespace detail
+
 TransferResult write_curve_to_hox(Session& s) {
     Wire wire(s);
     if (!wire.check_interface(false)) return wire.result();
-    const CurveRecord& c = s.curve;
-    const int points = grid_size(s);
+    const SentCurve& sent = s.transfer.sent = detail::plan_hox_write(s);
+    const int points = static_cast<int>(sent.points.size());
     if (!wire.send("ERASE!") || !wire.pause(kEraseWait)) return wire.result();
-    // Every grid point goes out, empty ones too: the instrument's table has no gaps.
     for (int i = 1; i <= points; ++i) {
-        const double t =
-            i - 1 < static_cast<int>(c.temperatures.size()) ? c.temperatures[i - 1] : 0.0;
-        if (!wire.send("C" + grid_text(c, i - 1) + "," + FormatNoLocale(t, "000.000")) ||
-            !wire.pause(kStoreWait))
+        const SentPoint& p = sent.points[i - 1];
+        if (!wire.send("C" + p.units.text + "," + p.temperature.text) || !wire.pause(kStoreWait))
             return wire.result();
         const double percent = 100.0 * i / points;
         s.progress.set_label("PERCENT COMPLETED: " + FormatNoLocale(percent, "##0.0") + "%");
         s.progress.set_fraction(percent / 100.0);
     }
-    if (!wire.send("SID" + s.header.serial_number.substr(0, kSerialLength)) ||
-        !wire.pause(kStoreWait))
-        return wire.result();
+    if (!wire.send("SID" + sent.serial) || !wire.pause(kStoreWait)) return wire.result();
     return wire.result();
 }
 

@@ -7,6 +7,7 @@
 #include "protocol/headerpoint_wire.h"
 #include "protocol/kcur_shared.h"
 #include "protocol/older_procedures.h"
+#include "protocol/write_plans.h"
 
 namespace kelvara {
 
@@ -40,16 +41,17 @@ std::string location_text(Kcur m, const std::string& n) {
     return m == Kcur::NAV ? " " + n : "11";
 }
 
+// Followed by the header field, which begins with "S".
 std::string header_command(Kcur m, const std::string& n) {
     switch (m) {
         case Kcur::KOR:
-            return "CURV11,S";
+            return "CURV11,";
         case Kcur::LUM:
-            return "CURV 11,S";
+            return "CURV 11,";
         case Kcur::NAV:
             break;
     }
-    return "CURV " + n + ",S";
+    return "CURV " + n + ",";
 }
 
 TransferResult write_curve(Session& s, Kcur m) {
@@ -61,19 +63,16 @@ TransferResult write_curve(Session& s, Kcur m) {
     }
     const int count = s.curve.breakpoint_count;
     if (count < 2) return wire.stop_with(kNothingSent);
-    choose_scaling(s);
-    const std::string name_serial = name_and_serial_for_wire(s.header);
-    const std::string codes = setpoint_code_of(s.header) + (s.header.thermocouple ? "9" : "0");
-    if (!wire.check_interface(!rs232_only(m))) return wire.result();
     const std::string n = m == Kcur::NAV ? curve_number_of_entry(s.picks.write.text()) : "11";
+    const SentCurve& sent = s.transfer.sent = detail::plan_older_write(s, SentForm::Kcur, n);
+    if (!wire.check_interface(!rs232_only(m))) return wire.result();
     const double delay = delay_of(m, s.setup.interface);
-    const auto& u = s.transfer.transfer_units;
-    const auto& t = s.transfer.transfer_temperatures;
+    const auto& p = sent.points;
 
     if (!wire.send("KCUR" + location_text(m, n)) || !wire.pause(delay)) return wire.result();
-    if (!wire.send(header_command(m, n) + codes + name_serial + "," + older_units_text(u[0]) + "," +
-                   older_temperature_text(t[0]) + "," + older_units_text(u[1]) + "," +
-                   older_temperature_text(t[1]) + "*") ||
+    if (!wire.send(header_command(m, n) + sent.header_field + "," + p[0].units.text + "," +
+                   p[0].temperature.text + "," + p[1].units.text + "," + p[1].temperature.text +
+                   "*") ||
         !wire.pause(delay))
         return wire.result();
     for (int i = 2; i < count; ++i) {
@@ -82,8 +81,8 @@ TransferResult write_curve(Session& s, Kcur m) {
             if (!free) return wire.result();
             if (*free < 10) return wire.stop_with(kNotEnoughMemoryForAll);
         }
-        if (!wire.send("ECUR" + location_text(m, n) + "," + older_units_text(u[i]) + "," +
-                       older_temperature_text(t[i])) ||
+        if (!wire.send("ECUR" + location_text(m, n) + "," + p[i].units.text + "," +
+                       p[i].temperature.text) ||
             !wire.pause(delay))
             return wire.result();
         report_percent(s.progress, i, count - 1);

@@ -4,10 +4,13 @@
 #include <array>
 #include <cctype>
 #include <cmath>
+#include <tuple>
 
 #include "curve/next_field.h"
 #include "curve/number_format.h"
+#include "protocol/older_procedures.h"
 #include "protocol/wire.h"
+#include "protocol/write_plans.h"
 
 namespace kelvara {
 
@@ -83,19 +86,22 @@ std::string name_and_serial_for_wire(HeaderFields& header) {
     return header.name.substr(0, 9) + header.serial_number.substr(0, 6);
 }
 
+std::pair<std::string, std::string> older_name_and_serial(const std::string& field) {
+    if (field.size() < 9) return {trim_blanks(field), "no number"};
+    if (field.find("THERMOCOUPLE") == std::string::npos)
+        return {field.substr(0, 9), field.substr(9)};
+    return {"TCOUPLE", field.substr(field.size() - 3)};
+}
+
+std::string setpoint_entry_of_code(char code) {
+    for (const auto& [text, c] : kSetpointCodes)
+        if (c == code) return text;
+    return {};
+}
+
 bool take_curve_from_reply(Session& s, std::string rest) {
     HeaderFields& h = s.header;
-    const std::string field = rest.substr(0, rest.find(','));
-    if (field.size() < 9) {
-        h.name = trim_blanks(field);
-        h.serial_number = "no number";
-    } else if (field.find("THERMOCOUPLE") == std::string::npos) {
-        h.name = field.substr(0, 9);
-        h.serial_number = field.substr(9);
-    } else {
-        h.name = "TCOUPLE";
-        h.serial_number = field.substr(field.size() - 3);
-    }
+    std::tie(h.name, h.serial_number) = older_name_and_serial(rest.substr(0, rest.find(',')));
 
     CurveRecord& c = s.curve;
     rest = after_comma(rest);
@@ -149,10 +155,43 @@ void show_erased_location(Session& s, const std::string& n) {
 }
 
 std::string older_units_text(double value) {
-    return FormatNoLocale(value, "0.00000");
+    return FormatNoLocale(value, kOlderUnitsPicture);
 }
 std::string older_temperature_text(double value) {
-    return FormatNoLocale(value, "000.0");
+    return FormatNoLocale(value, kOlderTemperaturePicture);
 }
+
+namespace detail {
+
+SentCurve plan_older_write(Session& s, SentForm form, const std::string& location) {
+    choose_scaling(s);
+    const HeaderFields& h = s.header;
+    const std::string name_serial = name_and_serial_for_wire(s.header);
+    std::string codes;
+    if (form == SentForm::Kcur) {
+        codes = "S" + setpoint_code_of(h) + (h.thermocouple ? "9" : "0");
+    } else {
+        std::string thermocouple = "0";
+        if (h.thermocouple)
+            thermocouple = "9";
+        else if (!s.transfer.thermocouple_char.empty())
+            thermocouple = s.transfer.thermocouple_char;
+        codes = std::string(h.interpolation.selected == 0 ? "L" : " ") + setpoint_code_of(h) +
+                thermocouple;
+    }
+    SentCurve out;
+    out.form = form;
+    out.location = location;
+    out.header_field = codes + name_serial;
+    const auto& u = s.transfer.transfer_units;
+    const auto& t = s.transfer.transfer_temperatures;
+    const int count = std::min<int>(s.curve.breakpoint_count, static_cast<int>(u.size()));
+    for (int i = 0; i < count; ++i)
+        out.points.push_back({{older_units_text(u[i]), kOlderUnitsPicture},
+                              {older_temperature_text(t[i]), kOlderTemperaturePicture}});
+    return out;
+}
+
+}  // namespace detail
 
 }  // namespace kelvara

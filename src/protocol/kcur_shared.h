@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "protocol/session.h"
 
@@ -46,7 +47,17 @@ bool take_curve_from_reply(Session& s, std::string rest);
 // list selects its first entry.
 void show_erased_location(Session& s, const std::string& n);
 
+// Name and serial number as a reader cuts them from the header field's text after its three
+// code characters: shorter than 9 characters, all of it is the name and the serial number is
+// "no number"; a field naming a thermocouple gives "TCOUPLE" and its last 3 characters.
+std::pair<std::string, std::string> older_name_and_serial(const std::string& field);
+
+// The setpoint-limit entry a code names ('9' -> "1273"); "" for a code that names none.
+std::string setpoint_entry_of_code(char code);
+
 // "0.00000" for sensor units, "000.0" for temperatures.
+inline constexpr const char* kOlderUnitsPicture = "0.00000";
+inline constexpr const char* kOlderTemperaturePicture = "000.0";
 std::string older_units_text(double value);
 std::string older_temperature_text(double value);
 

@@ -11,6 +11,7 @@
 #include "link/instrument_link.h"
 #include "link/setup_choices.h"
 #include "protocol/ports.h"
+#include "protocol/sent_curve.h"
 
 namespace kelvara {
 
@@ -25,6 +26,8 @@ struct TransferState {
     // Thermocouple character remembered from the last curve read from an ELK/DUN/KIP instrument
     // ("" when none has been read).
     std::string thermocouple_char;
+    // What the last write put on the wire (or would put, when only planned).
+    SentCurve sent;
 };
 
 struct Session {

@@ -6,6 +6,7 @@
 #include "protocol/headerpoint.h"
 #include "protocol/headerpoint_wire.h"
 #include "protocol/older_procedures.h"
+#include "protocol/write_plans.h"
 
 namespace kelvara {
 
@@ -135,6 +136,11 @@ std::string cancelled_message(Session& s, const char* what, const ListField& lis
 }
 
 }  // namespace
+
+detail::Procedure detail::read_procedure_of(InstrumentModel model) {
+    const ModelProfile* p = find_profile(model);
+    return p ? read_procedure(p->read) : nullptr;
+}
 
 TransferResult run_read_transfer(Session& s) {
     const ModelProfile* p = profile_of(s);

@@ -8,6 +8,7 @@
 #include "protocol/kcur_shared.h"
 #include "protocol/older_procedures.h"
 #include "protocol/wire.h"
+#include "protocol/write_plans.h"
 
 namespace kelvara {
 
@@ -29,18 +30,6 @@ std::string two_digits(const std::string& entry) {
     char text[16];
     std::snprintf(text, sizeof text, "%02d", curve_number_value(entry));
     return text;
-}
-
-// Interpolation, setpoint code and thermocouple character, then name and serial number.
-std::string header_field(Session& s) {
-    const std::string name_serial = name_and_serial_for_wire(s.header);
-    std::string thermocouple = "0";
-    if (s.header.thermocouple)
-        thermocouple = "9";
-    else if (!s.transfer.thermocouple_char.empty())
-        thermocouple = s.transfer.thermocouple_char;
-    return std::string(s.header.interpolation.selected == 0 ? "L" : " ") +
-           setpoint_code_of(s.header) + thermocouple + name_serial;
 }
 
 struct WriteRules {
@@ -99,20 +88,18 @@ TransferResult write_curve(Session& s, const WriteRules& r) {
     }
     const int count = s.curve.breakpoint_count;
     if (count < 2) return wire.stop_with(kNothingSent);
-    choose_scaling(s);
-    const std::string header = header_field(s);
     const std::string nn = two_digits(s.picks.write.text());
+    const SentCurve& sent = s.transfer.sent = detail::plan_older_write(s, SentForm::Xk, nn);
     if (!wire.check_interface()) return wire.result();
-    const auto& u = s.transfer.transfer_units;
-    const auto& t = s.transfer.transfer_temperatures;
+    const auto& p = sent.points;
 
     if (!wire.send("XK" + nn + "*", false, r.erase_failure) ||
         !wire.pause(bus_delay(s, r.erase_gpib, r.erase_rs232)))
         return wire.result();
     const double point_delay = bus_delay(s, r.point_gpib, r.point_rs232);
-    if (!wire.send("XC" + nn + "," + header + "," + older_units_text(u[0]) + "," +
-                       older_temperature_text(t[0]) + "," + older_units_text(u[1]) + "," +
-                       older_temperature_text(t[1]) + "*",
+    if (!wire.send("XC" + nn + "," + sent.header_field + "," + p[0].units.text + "," +
+                       p[0].temperature.text + "," + p[1].units.text + "," + p[1].temperature.text +
+                       "*",
                    false, r.header_failure) ||
         !wire.pause(point_delay))
         return wire.result();
@@ -122,9 +109,8 @@ TransferResult write_curve(Session& s, const WriteRules& r) {
             if (!free) return wire.result();
             if (*free < 10) return wire.stop_with(kNotEnoughMemoryForAll);
         }
-        if (!wire.send(
-                "XE" + nn + "," + older_units_text(u[i]) + "," + older_temperature_text(t[i]) + "*",
-                false, r.point_failure) ||
+        if (!wire.send("XE" + nn + "," + p[i].units.text + "," + p[i].temperature.text + "*", false,
+                       r.point_failure) ||
             !wire.pause(point_delay))
             return wire.result();
         report_percent(s.progress, i, count - 1);

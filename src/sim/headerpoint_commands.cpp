@@ -5,7 +5,8 @@
 //                coefficient, e.g. "DT-470         ,STANDARD  ,2,475.000,1". An empty location
 //                (or one the instrument does not have) answers blanks and zeros:
 //                "               ,          ,0,0.000,0".
-//   "CRVPT? n,i" units, ",", temperature, exactly as they were sent ("0.09062,475.000"); a point
+//   "CRVPT? n,i" units, ",", temperature, exactly as they were sent ("0.09062,475.000"; in
+//                exponent form with Faults::exponent, as the limit above); a point
 //                beyond the curve answers "0.00000,0.000", which ends a reader's loop.
 //   "BUSY?"      "1" while a save is in progress (Faults::busy_polls answers after each
 //                "CRVSAV"), then "0".
@@ -22,15 +23,15 @@ namespace {
 
 constexpr const char* kEmptyPoint = "0.00000,0.000";
 
-std::string header_reply(const SimCurve* c) {
+std::string header_reply(const Instrument& in, const SimCurve* c) {
     if (!c) return fit("", 15) + "," + fit("", 10) + ",0,0.000,0";
-    return fit(c->name, 15) + "," + fit(c->serial, 10) + "," + c->format + "," + c->limit + "," +
-           c->coefficient;
+    return fit(c->name, 15) + "," + fit(c->serial, 10) + "," + c->format + "," +
+           in.reply_number(c->limit) + "," + c->coefficient;
 }
 
 Answer header_query(Instrument& in, const std::string& args) {
     const auto n = location_field(args);
-    return Answer::reply(header_reply(n ? in.curve(*n) : nullptr));
+    return Answer::reply(header_reply(in, n ? in.curve(*n) : nullptr));
 }
 
 Answer point_query(Instrument& in, const std::string& args) {
@@ -42,7 +43,7 @@ Answer point_query(Instrument& in, const std::string& args) {
     if (!c || !i || *i < 1 || *i > static_cast<int>(c->points.size()))
         return Answer::reply(kEmptyPoint);
     const SimPoint& p = c->points[static_cast<std::size_t>(*i - 1)];
-    return Answer::reply(p.units + "," + p.temperature);
+    return Answer::reply(in.reply_number(p.units) + "," + in.reply_number(p.temperature));
 }
 
 SimCurve& curve_for_writing(Instrument& in, int location) {
@@ -57,6 +58,7 @@ void header_write(Instrument& in, const std::string& args) {
     if (!n || !in.is_writable(*n)) return;
     SimCurve& c = curve_for_writing(in, *n);
     c.name = fields[1].substr(0, 15);
+    if (in.faults.corrupt_header && !c.name.empty()) c.name.pop_back();
     c.serial = fields[2].substr(0, 10);
     c.format = trim_text(fields[3]);
     c.limit = trim_text(fields[4]);
@@ -70,13 +72,9 @@ void point_write(Instrument& in, const std::string& args, int max_points) {
     const auto n = location_field(fields[0]);
     const auto i = location_field(fields[1]);
     if (!n || !i || !in.is_writable(*n) || *i < 1 || *i > max_points) return;
-    SimCurve& c = curve_for_writing(in, *n);
-    const auto index = static_cast<std::size_t>(*i - 1);
-    // A point written past the end leaves zero points in between, as the instrument's memory
-    // holds them.
-    if (c.points.size() <= index) c.points.resize(index + 1, {"0.00000", "0.000"});
-    c.points[index] = {trim_text(fields[2]), trim_text(fields[3])};
-    in.touch();
+    curve_for_writing(in, *n);
+    in.put_point(*n, static_cast<std::size_t>(*i - 1),
+                 {trim_text(fields[2]), trim_text(fields[3])});
 }
 
 }  // namespace

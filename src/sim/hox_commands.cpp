@@ -52,7 +52,9 @@ Answer handle_hox_command(Instrument& in, const std::string& command) {
         return Answer::reply(c ? c->serial : std::string());
     }
     if (command.starts_with("SID")) {
-        hox_curve(in).serial = command.substr(3, 8);
+        std::string serial = command.substr(3, 8);
+        if (in.faults.corrupt_header && !serial.empty()) serial.pop_back();
+        hox_curve(in).serial = serial;
         in.touch();
         return Answer::none();
     }
@@ -60,15 +62,15 @@ Answer handle_hox_command(Instrument& in, const std::string& command) {
         const auto index = grid_index(*args);
         if (!index) return Answer::reply("BAD POINT");
         const SimCurve* c = in.curve(Instrument::kHoxLocation);
-        return Answer::reply(c ? c->points[*index].temperature : kNoTemperature);
+        return Answer::reply(in.reply_number(c ? c->points[*index].temperature : kNoTemperature));
     }
     if (auto args = after_keyword(command, "C")) {
         const auto fields = split_fields(*args);
         if (fields.size() != 2) return Answer::none();
         const auto index = grid_index(trim_text(fields[0]));
         if (!index) return Answer::none();
-        hox_curve(in).points[*index].temperature = trim_text(fields[1]);
-        in.touch();
+        const std::string units = hox_curve(in).points[*index].units;
+        in.put_point(Instrument::kHoxLocation, *index, {units, trim_text(fields[1])});
         return Answer::none();
     }
     return Answer::not_mine();

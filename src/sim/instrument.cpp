@@ -1,6 +1,7 @@
 #include "sim/instrument.h"
 
 #include <algorithm>
+#include <charconv>
 #include <sstream>
 
 #include "curve/number_format.h"
@@ -84,6 +85,15 @@ bool Faults::parse(const std::string& text, int model_baud) {
             f.babble = true;
         } else if (key == "readfail") {
             if (!whole(f.read_fails_after)) return false;
+        } else if (key == "corrupt") {
+            if (value == "header")
+                f.corrupt_header = true;
+            else if (!whole(f.corrupt_point) || f.corrupt_point == 0)
+                return false;
+        } else if (key == "droplast" && value.empty()) {
+            f.drop_last = true;
+        } else if (key == "exponent" && value.empty()) {
+            f.exponent = true;
         } else {
             return false;
         }
@@ -117,7 +127,10 @@ std::string Instrument::handle(const std::string& command) {
         if (part.empty()) continue;
         log_.push_back(part);
         if (faults.silent) continue;
+        ++parts_handled_;
         const Answer answer = handle_one_answer(part);
+        // A point held back by drop_last is lost once a command writes no point after it.
+        if (staged_ && staged_->part != parts_handled_) staged_.reset();
         if (answer.kind != Answer::Kind::Reply) continue;
         if (any_reply) replies += ';';
         replies += answer.text;
@@ -149,6 +162,63 @@ const SimCurve* Instrument::curve(int location) const {
 SimCurve* Instrument::mutable_curve(int location) {
     const auto it = curves_.find(location);
     return it == curves_.end() ? nullptr : &it->second;
+}
+
+namespace {
+
+// The temperature 1 K higher, in the layout of the text it replaces.
+std::string one_kelvin_off(const std::string& text) {
+    const double value = parse_leading_number(text) + 1;
+    if (text.find_first_of("eE") != std::string::npos) return FormatNoLocale(value, "0.00000E+00");
+    const auto dot = text.find('.');
+    const std::size_t digits_before = dot == std::string::npos ? text.size() : dot;
+    std::string picture(std::max<std::size_t>(1, digits_before - (text[0] == '-' ? 1 : 0)), '0');
+    if (dot != std::string::npos) picture += "." + std::string(text.size() - dot - 1, '0');
+    return FormatNoLocale(value, picture);
+}
+
+}  // namespace
+
+void Instrument::put_point(int location, std::optional<std::size_t> index, SimPoint point) {
+    commit_staged();
+    const SimCurve* c = curve(location);
+    if (!c) return;
+    const std::size_t at = index.value_or(c->points.size());
+    if (faults.corrupt_point > 0 && at + 1 == static_cast<std::size_t>(faults.corrupt_point))
+        point.temperature = one_kelvin_off(point.temperature);
+    if (faults.drop_last)
+        staged_ = Staged{location, at, std::move(point), parts_handled_};
+    else
+        insert_point(location, at, std::move(point));
+}
+
+void Instrument::insert_point(int location, std::size_t at, SimPoint point) {
+    SimCurve* c = mutable_curve(location);
+    if (!c) return;
+    // A point written past the end leaves zero points in between, as the instrument's memory
+    // holds them.
+    if (c->points.size() <= at) c->points.resize(at + 1, {"0.00000", "0.000"});
+    c->points[at] = std::move(point);
+    touch();
+}
+
+void Instrument::commit_staged() {
+    if (!staged_) return;
+    const Staged s = std::move(*staged_);
+    staged_.reset();
+    insert_point(s.location, s.index, s.point);
+}
+
+std::string Instrument::reply_number(const std::string& text) const {
+    if (!faults.exponent || !is_numeric_text(text)) return text;
+    char out[40];
+    const auto end = std::to_chars(out, out + sizeof out, parse_leading_number(text),
+                                   std::chars_format::scientific)
+                         .ptr;
+    std::string number(out, end);
+    for (char& ch : number)
+        if (ch == 'e') ch = 'E';
+    return number;
 }
 
 void Instrument::store(int location, SimCurve curve) {

@@ -65,11 +65,21 @@ struct Faults {
     bool no_terminator = false;  // replies lack their line end (GPIB: END is never asserted)
     bool babble = false;         // replies never end: a flood of bytes without a terminator
     int read_fails_after = -1;   // >= 0: GPIB reads after this many good ones fail (bus error)
+    // What the instrument stores, wrongly (the program's check after a write must catch it):
+    int corrupt_point = 0;        // > 0: point N of every curve written (older instruments: of
+                                  // the points as they hold them; HOX: grid point N) is stored
+                                  // with its temperature 1 K off
+    bool corrupt_header = false;  // the curve name (older instruments: the header field; HOX:
+                                  // the serial number) is stored without its last character
+    bool drop_last = false;       // the last point written to a curve is lost
+    bool exponent = false;        // numbers in curve replies come in exponent form
+                                  // ("1.2345E-01"), as some firmware prints them
 
     static constexpr int kBusyForever = -1;
 
     // "silent,garbage,split=3,delay=0.5,clear=2,writefail=4,cut=10,busy=3,busy=forever,after=5,
-    // speed,speed=1200,hangup=6,trickle=0.5,noterm,babble,readfail=4" (any subset, any order).
+    // speed,speed=1200,hangup=6,trickle=0.5,noterm,babble,readfail=4,corrupt=5,corrupt=header,
+    // droplast,exponent" (any subset, any order).
     // Returns false and leaves *this unchanged when an item is not understood. `model_baud`
     // is what "speed" alone stands for.
     bool parse(const std::string& text, int model_baud = 9600);
@@ -135,6 +145,12 @@ class Instrument {
 
     // Mutable access for the command-set handlers.
     SimCurve* mutable_curve(int location);
+    // Stores a point written to the curve at `location` at `index` (appended without one),
+    // through the store faults: corrupt_point changes it; with drop_last it is held back until
+    // the next command and lost unless that command writes another point.
+    void put_point(int location, std::optional<std::size_t> index, SimPoint point);
+    // A number of a curve reply as the instrument prints it (Faults::exponent).
+    std::string reply_number(const std::string& text) const;
     int& busy_counter() { return busy_counter_; }
     void touch() { ++revision_; }
 
@@ -144,7 +160,18 @@ class Instrument {
 
     InstrumentModel model_;
     std::string identity_;
+    void commit_staged();
+    void insert_point(int location, std::size_t at, SimPoint point);
+    struct Staged {
+        int location;
+        std::size_t index;
+        SimPoint point;
+        int part;  // the command part that wrote it
+    };
+
     std::map<int, SimCurve> curves_;
+    std::optional<Staged> staged_;
+    int parts_handled_ = 0;
     std::vector<std::string> log_;
     int commands_received_ = 0;
     int busy_counter_ = 0;

@@ -25,7 +25,7 @@ Answer handle_kcur_command(Instrument& in, const std::string& command) {
     if (auto args = after_keyword(command, "CURV?")) {
         const auto n = location_field(*args);
         const SimCurve* c = n ? in.curve(*n) : nullptr;
-        return Answer::reply(c ? older_curve_reply(*n, *c) : "-1,NO CURVE");
+        return Answer::reply(c ? older_curve_reply(in, *n, *c) : "-1,NO CURVE");
     }
     if (auto args = after_keyword(command, "CURV")) {
         if (split_location(without_star(*args), location, rest))

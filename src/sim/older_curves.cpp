@@ -4,10 +4,11 @@
 
 namespace kelvara::sim {
 
-std::string older_curve_reply(int location, const SimCurve& c) {
+std::string older_curve_reply(const Instrument& in, int location, const SimCurve& c) {
     std::string out = two_digits(location) + "," + c.header + "," + (rising(c.points) ? "P" : "N") +
                       "," + std::to_string(c.points.size() + 2) + "," + kOwnFirstPair;
-    for (const auto& p : c.points) out += "," + p.units + "," + p.temperature;
+    for (const auto& p : c.points)
+        out += "," + in.reply_number(p.units) + "," + in.reply_number(p.temperature);
     return out + "," + kOwnLastPair;
 }
 
@@ -40,9 +41,10 @@ bool older_curve_begin(Instrument& in, int location, const std::string& text) {
         return false;
     SimCurve c;
     c.header = fields[0];
-    c.points = {{trim_text(fields[1]), trim_text(fields[2])},
-                {trim_text(fields[3]), trim_text(fields[4])}};
+    if (in.faults.corrupt_header && !c.header.empty()) c.header.pop_back();
     in.store(location, std::move(c));
+    in.put_point(location, 0, {trim_text(fields[1]), trim_text(fields[2])});
+    in.put_point(location, 1, {trim_text(fields[3]), trim_text(fields[4])});
     return true;
 }
 
@@ -52,8 +54,7 @@ bool older_curve_append(Instrument& in, int location, const std::string& text) {
     SimCurve* c = in.mutable_curve(location);
     if (!c || static_cast<int>(c->points.size()) >= max_breakpoints_of(in.model())) return false;
     if (in.free_bytes() < Instrument::kPointBytes) return false;
-    c->points.push_back({trim_text(fields[0]), trim_text(fields[1])});
-    in.touch();
+    in.put_point(location, std::nullopt, {trim_text(fields[0]), trim_text(fields[1])});
     return true;
 }
 

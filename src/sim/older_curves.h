@@ -16,7 +16,7 @@ inline constexpr const char* kOwnLastPair = "9.99999,000.0";
 
 // "nn,<header>,N|P,count,<first pair>,u0,t0,...,<last pair>" for a stored curve; the count
 // includes the instrument's own two pairs.
-std::string older_curve_reply(int location, const SimCurve& curve);
+std::string older_curve_reply(const Instrument& in, int location, const SimCurve& curve);
 
 // Name and serial number as a reader cuts them from the header field (three code characters,
 // then the name in 9 characters followed by the serial number).

@@ -41,7 +41,7 @@ Answer handle_xk_command(Instrument& in, const std::string& command) {
         if (!c)
             return Answer::reply(two_digits(*n) + "," + std::to_string(in.free_bytes()) +
                                  " BYTES FREE,");
-        return Answer::reply(older_curve_reply(*n, *c));
+        return Answer::reply(older_curve_reply(in, *n, *c));
     }
     return Answer::not_mine();
 }

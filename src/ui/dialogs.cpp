@@ -6,6 +6,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <map>
@@ -82,6 +83,8 @@ PickCurveDialog::PickCurveDialog(PickKind kind, ListField& list, std::function<b
          "Pick the location in the instrument to write the selected curve."},
         {"pickdeletecurve", "Delete Curve From Instrument",
          "Pick the curve to delete from the instrument."},
+        {"pickcomparecurve", "Compare With Instrument",
+         "Pick the curve to compare the open curve with."},
     };
     const Text& t = texts[static_cast<int>(kind)];
     setObjectName(QString::fromLatin1(t.name));
@@ -98,7 +101,7 @@ PickCurveDialog::PickCurveDialog(PickKind kind, ListField& list, std::function<b
     combo_->setCurrentIndex(list.selected);
     combo_->setVisible(list.visible);
     // The read dialog keeps its instruction when its list is hidden; the others hide both.
-    if (kind != PickKind::Read) label1->setVisible(list.visible);
+    if (kind == PickKind::Write || kind == PickKind::Delete) label1->setVisible(list.visible);
     layout->addWidget(label1);
     layout->addWidget(combo_);
     QPushButton* ok = button(this, "Command1", "OK");
@@ -111,6 +114,38 @@ PickCurveDialog::PickCurveDialog(PickKind kind, ListField& list, std::function<b
         if (!confirm || confirm()) accept();
     });
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
+}
+
+// ---- reports ------------------------------------------------------------------------------------
+
+ReportDialog::ReportDialog(const QString& object_name, const QString& title, const QString& heading,
+                           const std::vector<std::string>& lines, QWidget* parent)
+    : QDialog(parent) {
+    setObjectName(object_name);
+    setWindowTitle(title);
+    setModal(true);
+    auto* layout = new QVBoxLayout(this);
+    QLabel* label1 = label(this, "Label1", heading);
+    label1->setWordWrap(true);
+    layout->addWidget(label1);
+    auto* list = new QPlainTextEdit(this);
+    list->setObjectName(QStringLiteral("Text1"));
+    list->setReadOnly(true);
+    list->setLineWrapMode(QPlainTextEdit::NoWrap);
+    QStringList text;
+    // Names and serial numbers are bytes of the files' code page.
+    for (const auto& l : lines) text << from_code_page(l);
+    list->setPlainText(text.join(QLatin1Char('\n')));
+    list->setVisible(!lines.empty());
+    list->setMinimumSize(560, lines.empty() ? 0 : 160);
+    layout->addWidget(list, 1);
+    QPushButton* ok = button(this, "Command1", "OK");
+    ok->setDefault(true);
+    auto* row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(ok);
+    layout->addLayout(row);
+    connect(ok, &QPushButton::clicked, this, &QDialog::accept);
 }
 
 // ---- insertapoint -------------------------------------------------------------------------------

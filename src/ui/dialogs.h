@@ -18,7 +18,8 @@ class QLineEdit;
 
 namespace kelvara::ui {
 
-enum class PickKind { Read, Write, Delete };
+// Compare: our own, over the read list: the location the open curve is compared with.
+enum class PickKind { Read, Write, Delete, Compare };
 
 // pickreadcurve / pickwritecurve / pickdeletecurve over one of the pick lists. The selection
 // follows the list field while the dialog is open. OK runs confirm(); the dialog closes with
@@ -33,6 +34,15 @@ class PickCurveDialog : public QDialog {
   private:
     ListField& list_;
     QComboBox* combo_;
+};
+
+// What an instrument check or a backup found: a heading and one line per difference or
+// location, in a list the user can scroll and copy from; OK (Command1) closes it.
+class ReportDialog : public QDialog {
+    Q_OBJECT
+  public:
+    ReportDialog(const QString& object_name, const QString& title, const QString& heading,
+                 const std::vector<std::string>& lines, QWidget* parent = nullptr);
 };
 
 // insertapoint: the pairs of neighbouring visible points, the new point's two values.

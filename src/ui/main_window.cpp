@@ -27,6 +27,7 @@
 #include "edit/point_insert_delete.h"
 #include "link/qt/real_transports.h"
 #include "protocol/transfers.h"
+#include "protocol/verify.h"
 #include "ui/about_dialog.h"
 #include "ui/code_page.h"
 #include "ui/dialogs.h"
@@ -73,6 +74,8 @@ std::optional<QString> choose_with_file_dialog(FileDialogKind kind, const QStrin
     const QString folder = last_file_folder();
     if (kind == FileDialogKind::Open) {
         path = QFileDialog::getOpenFileName(parent, QString(), folder, filter);
+    } else if (kind == FileDialogKind::Folder) {
+        path = QFileDialog::getExistingDirectory(parent, QString(), folder);
     } else {
         // Writing over an existing file is what the user asked for; no second question.
         path = QFileDialog::getSaveFileName(parent, QString(), folder, filter, nullptr,
@@ -338,6 +341,7 @@ void MainWindow::build_widgets() {
         texts_[i]->installEventFilter(this);
     }
     validate_on_leave(texts_[32], [this] { return validate_setpoint(); });
+    build_instrument_menu();
     build_work_parts(root);
     resize(1200, 720);
 }
@@ -489,7 +493,7 @@ bool MainWindow::Form_Load() {
     start_new_curve();
 
     const bool online = setup_.interface != Interface::None;
-    for (int i : {2, 3, 4}) commands_[i]->setEnabled(online);
+    set_instrument_commands_enabled(online);
     if (!online) return true;
 
     {
@@ -532,8 +536,9 @@ void MainWindow::simple_installation_loop() {
     read_with_file_dialog();
     if (curve_.breakpoint_count == 0) return end_program();
     Command4_Click();
-    if (!write_confirmed_) return end_program();
-    prompts_->message(kCompleted);
+    // A write the instrument does not hold as sent has shown what differs; the user may repeat.
+    if (last_write_ == WriteOutcome::NotWritten) return end_program();
+    if (write_confirmed_) prompts_->message(kCompleted);
     for (;;) {
         {
             RepeatChoiceDialog repeat(setup_, this);
@@ -545,8 +550,8 @@ void MainWindow::simple_installation_loop() {
         read_with_file_dialog();
         if (curve_.breakpoint_count == 0) return end_program();
         Command4_Click();
-        if (!write_confirmed_) return end_program();
-        prompts_->message(kCompleted);
+        if (last_write_ == WriteOutcome::NotWritten) return end_program();
+        if (write_confirmed_) prompts_->message(kCompleted);
     }
 }
 
@@ -675,7 +680,7 @@ void MainWindow::Command2_Click() {
 
 TransferResult MainWindow::run_transfer(const QString& name, const char* title,
                                         const QString& first_label,
-                                        TransferResult (*procedure)(Session&)) {
+                                        const std::function<TransferResult(Session&)>& procedure) {
     take_fields_from_widgets();
     transfer_running_ = true;
     const bool online = setup_.interface != Interface::None;
@@ -691,7 +696,9 @@ TransferResult MainWindow::run_transfer(const QString& name, const char* title,
         progress.allow_cancel([this] { link_->request_cancel(); });
         // Reads and deletes do not know their length in advance: the bar shows activity until
         // a procedure reports how far it has come.
-        if (name != QLatin1String("writecurve")) progress.set_fraction(-1);
+        if (name != QLatin1String("writecurve") && name != QLatin1String("backupcurves") &&
+            name != QLatin1String("restorecurves"))
+            progress.set_fraction(-1);
         show_dialog(progress);
     }
     transfer_running_ = false;
@@ -702,7 +709,7 @@ TransferResult MainWindow::run_transfer(const QString& name, const char* title,
 }
 
 void MainWindow::go_offline(const std::string& why) {
-    for (int i : {2, 3, 4}) commands_[i]->setEnabled(false);
+    set_instrument_commands_enabled(false);
     update_status_line();
     prompts_->message(why);
 }
@@ -719,15 +726,28 @@ void MainWindow::Command3_Click() {
 void MainWindow::Command4_Click() {
     if (!leave_pending_edits()) return;
     write_confirmed_ = false;
+    last_write_ = WriteOutcome::NotWritten;
     PickCurveDialog pick(
         PickKind::Write, picks_.write, [this] { return prompts_->ask_yes_no(kAskWrite); }, this);
     if (show_dialog(pick) != QDialog::Accepted) {
         write_confirmed_ = false;
         return;
     }
-    // Only a write that went through as a whole counts as confirmed.
-    write_confirmed_ = run_transfer(QStringLiteral("writecurve"), kWriteDialogTitle, QString(),
-                                    run_write_transfer) == TransferResult::Done;
+    // The check runs in the same progress dialog, right after the write.
+    const bool verify = verify_action_ && verify_action_->isChecked();
+    std::optional<CurveCheck> check;
+    const TransferResult written =
+        run_transfer(QStringLiteral("writecurve"), kWriteDialogTitle, QString(), [&](Session& s) {
+            const TransferResult result = run_write_transfer(s);
+            if (result == TransferResult::Done && verify) check = verify_last_write(s);
+            return result;
+        });
+    // Only a write that went through as a whole, and that the instrument is seen to hold when
+    // checked, counts as confirmed.
+    if (written == TransferResult::Done) {
+        write_confirmed_ = !check || report_write_check(*check);
+        last_write_ = write_confirmed_ ? WriteOutcome::Confirmed : WriteOutcome::NotVerified;
+    }
     curve_sent(write_confirmed_);
 }
 

@@ -18,6 +18,7 @@
 #include "link/setup_choices.h"
 #include "link/transport_factory.h"
 #include "protocol/session.h"
+#include "protocol/verify.h"
 #include "ui/qt_ports.h"
 
 class QAction;
@@ -34,9 +35,10 @@ class QVBoxLayout;
 
 namespace kelvara::ui {
 
-enum class FileDialogKind { Open, Save };
+enum class FileDialogKind { Open, Save, Folder };
 
-// Asks for a curve file with a Qt filter ("*.TAZ (*.TAZ *.taz);;..."); nullopt when cancelled.
+// Asks for a curve file with a Qt filter ("*.TAZ (*.TAZ *.taz);;..."), or for a folder (the
+// filter unused); nullopt when cancelled.
 using FileChooser =
     std::function<std::optional<QString>(FileDialogKind kind, const QString& filter, QWidget*)>;
 
@@ -86,6 +88,11 @@ class MainWindow : public QWidget, private Views {
     void Command8_Click();  // Insert A Point
     void Command9_Click();  // Delete A Point
     void cmdAdjust_Click();
+    // The Instrument menu's own commands: the open curve compared with a location without
+    // writing, and every user curve saved to a folder or written back from one.
+    void compare_with_instrument();
+    void back_up_instrument();
+    void restore_instrument();
     void display_grid_data(int top_index);
 
     // State, for the tests and the simple installation.
@@ -132,10 +139,18 @@ class MainWindow : public QWidget, private Views {
     void read_catalogue();
     bool read_with_file_dialog();  // the read command, shared with dialogcontainer
     TransferResult run_transfer(const QString& name, const char* title, const QString& first_label,
-                                TransferResult (*procedure)(Session&));
+                                const std::function<TransferResult(Session&)>& procedure);
     // After a dead line or a cancel the link is closed: no instrument command until the user
     // connects again.
     void go_offline(const std::string& why);
+    // The Instrument menu (main_window_instrument.cpp).
+    void build_instrument_menu();
+    void set_instrument_commands_enabled(bool online);
+    // After a write that went through: what the check found, shown to the user; true when the
+    // instrument holds what was sent.
+    bool report_write_check(const CurveCheck& check);
+    void show_report(const QString& name, const QString& title, const QString& heading,
+                     const std::vector<std::string>& lines);
     int show_dialog(QDialog& dialog);
     Session session(Progress& progress);
 
@@ -183,6 +198,10 @@ class MainWindow : public QWidget, private Views {
     PickLists picks_;
     TransferState transfer_;
     bool write_confirmed_ = false;
+    // The last "Write Curve To Instrument": not written (declined, failed), written and found
+    // in the instrument (or not checked), or written but not found as sent.
+    enum class WriteOutcome { NotWritten, Confirmed, NotVerified };
+    WriteOutcome last_write_ = WriteOutcome::NotWritten;
     bool ended_ = false;
     bool transfer_running_ = false;
     int shown_top_ = 0;  // top_index of the rows the grid shows
@@ -204,6 +223,8 @@ class MainWindow : public QWidget, private Views {
     QMenuBar* menu_bar_ = nullptr;
     QMenu* file_menu_ = nullptr;
     QMenu* instrument_menu_ = nullptr;
+    QAction* verify_action_ = nullptr;              // actionVerifyAfterWriting
+    std::array<QAction*, 3> instrument_actions_{};  // compare, back up, restore
     QMenu* help_menu_ = nullptr;
     QMenu* edit_menu_ = nullptr;
     QMenu* recent_menu_ = nullptr;

@@ -14,6 +14,7 @@ constexpr const char* kModelKey = "setup/model";
 constexpr const char* kInterfaceKey = "setup/interface";
 constexpr const char* kAddressKey = "setup/gpibAddress";
 constexpr const char* kPortKey = "setup/serialPort";
+constexpr const char* kVerifyKey = "instrument/verifyAfterWriting";
 
 // Interfaces by name, so that a settings file stays readable and a renumbering cannot turn one
 // interface into another.
@@ -88,6 +89,14 @@ void remember_setup(InstrumentModel model, Interface chosen, int gpib_address, i
         if (value == chosen) settings.setValue(QLatin1String(kInterfaceKey), QLatin1String(text));
     settings.setValue(QLatin1String(kAddressKey), gpib_address);
     settings.setValue(QLatin1String(kPortKey), serial_port);
+}
+
+bool verify_after_writing() {
+    return QSettings().value(QLatin1String(kVerifyKey), true).toBool();
+}
+
+void set_verify_after_writing(bool on) {
+    QSettings().setValue(QLatin1String(kVerifyKey), on);
 }
 
 }  // namespace kelvara::ui

@@ -31,6 +31,10 @@ struct RememberedSetup {
     std::optional<int> serial_port;      // 1..16
 };
 RememberedSetup remembered_setup();
+
+// Instrument > Verify After Writing: on unless the user turned it off.
+bool verify_after_writing();
+void set_verify_after_writing(bool on);
 void remember_setup(InstrumentModel model, Interface chosen, int gpib_address, int serial_port);
 
 }  // namespace kelvara::ui

@@ -136,7 +136,8 @@ TEST(InstrumentFaults, EachFaultShowsOnTheWire) {
         EXPECT_EQ(bench.instrument.log().size(), row.logged);
     }
     for (const char* bad : {"loud", "split=x", "delay=-1", "cut=", "silent=1", "split=2,busy=1.5.2",
-                            "busy=sometimes", "speed=0", "trickle=0", "noterm=1", "hangup=-1"}) {
+                            "busy=sometimes", "speed=0", "trickle=0", "noterm=1", "hangup=-1",
+                            "corrupt=0", "corrupt=name", "droplast=1"}) {
         kelvara::sim::Faults f;
         EXPECT_FALSE(f.parse(bad)) << bad;
         EXPECT_EQ(f.split_pieces, 0) << bad;  // nothing taken from a rejected list

@@ -1,0 +1,60 @@
+// kelvara-cli write (checked), compare, backup and restore end to end, in real time, against a
+// FEN behind the simulated GPIB library whose curves live in a state file between the runs.
+#include <gtest/gtest.h>
+
+#include "cli_runner.h"
+
+namespace {
+
+using namespace cli_test;
+
+const std::string kCurve =
+    "Name: E2E-BACKUP\r\nSerial number: SN-9\r\nFormat: 2             ; Volts vs. Kelvin\r\n"
+    "Limit: 375\r\nCoefficient: 1        ; Negative\r\nPoint 1: 0.10000,390.000\r\n"
+    "Point 2: 0.20000,380.000\r\n";
+
+TEST(CliBackup, CheckedWritesThenBackupDeleteRestore) {
+    Scratch s;
+    s.put("in.TZA", kCurve);
+    const std::string env = "KELVARA_SIM_STATE=state KELVARA_SIM_MODEL=FEN";
+    const std::string fen = " --model FEN " + kGpib + " ";
+
+    CliRun r = s.cli("write" + fen + "--location 21 in.TZA", env);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    // The instrument stores point 2 one kelvin off: the check says so, unless told not to check.
+    r = s.cli("write" + fen + "--location 28 in.TZA", env + " KELVARA_SIM_FAULTS=corrupt=2");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err,
+              "The instrument does not hold the curve as it was sent:\n"
+              "point 2: sent .200000, 380.000; instrument holds .200000, 381.000\n");
+    r = s.cli("write" + fen + "--no-verify --location 28 in.TZA",
+              env + " KELVARA_SIM_FAULTS=corrupt=2");
+    EXPECT_EQ(r.status, 0) << r.err;
+    r = s.cli("compare" + fen + "--location 28 in.TZA", env);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out,
+              "The instrument does not hold the curve as a write would send it:\n"
+              "point 2: would send .200000, 380.000; instrument holds .200000, 381.000\n");
+
+    r = s.cli("backup" + fen + "saved", env);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out,
+              "location 21: saved in 21.TAZ (E2E-BACKUP, SN-9, 2 points)\n"
+              "location 28: saved in 28.TAZ (E2E-BACKUP, SN-9, 2 points)\n"
+              "empty, nothing to save: 22 23 24 25 26 27\n");
+    EXPECT_NE(s.get("saved/backup.txt").find("28\tE2E-BACKUP\tSN-9\t2\t28.TAZ\n"),
+              std::string::npos);
+    for (const char* n : {"21", "28"})
+        ASSERT_EQ(s.cli("delete" + fen + "--location " + n, env).status, 0);
+
+    r = s.cli("restore" + fen + "saved", env);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out,
+              "location 21 (21.TAZ): written and verified\n"
+              "location 28 (28.TAZ): written and verified\n");
+    r = s.cli("compare" + fen + "--location 28 saved/28.TAZ", env);
+    EXPECT_EQ(r.status, 0) << r.out;
+}
+
+}  // namespace
