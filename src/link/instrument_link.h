@@ -88,6 +88,7 @@ class InstrumentLink {
     void start_over();
     void quit_setup(SetupChoices& choices);
     void mark_dead(const std::string& reason);
+    std::string gpib_failure() const;
     std::string collect_serial_reply(std::size_t largest);
 
     Clock& clock_;
