@@ -1,6 +1,6 @@
-// Feeds arbitrary instrument replies to the catalogue and to every model's curve read (see
-// reply_harness.h for the input's layout). The sanitizers catch memory errors and undefined
-// behaviour in the reply parsers; run_and_check what the procedures promise.
+// Feeds arbitrary instrument replies to the catalogue and to every model's curve read, write and
+// delete (see reply_harness.h for the input's layout). The sanitizers catch memory errors and
+// undefined behaviour in the reply parsers; run_and_check what the procedures promise.
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
@@ -138,16 +138,16 @@ ReplyRun decode_run(const std::uint8_t* data, std::size_t size) {
     if (size > 0) run.model = models[data[0] % models.size()].model;
     if (size > 1) {
         run.gpib = (data[1] & 1) != 0 && profile(run.model).gpib_allowed;
-        run.catalogue = (data[1] & 2) != 0;
-        run.read_entry = data[1] >> 2;
+        run.procedure = static_cast<Procedure>((data[1] >> 1) & 3);
     }
+    if (size > 2) run.entry = data[2];
     return run;
 }
 
 std::vector<std::string> decode_replies(const std::uint8_t* data, std::size_t size) {
     std::vector<std::string> replies;
     std::string reply;
-    for (std::size_t i = 2; i < size; ++i) {
+    for (std::size_t i = 3; i < size; ++i) {
         if (data[i] != 0) {
             reply += static_cast<char>(data[i]);
             continue;
@@ -160,11 +160,11 @@ std::vector<std::string> decode_replies(const std::uint8_t* data, std::size_t si
 
 std::string encode(const ReplyRun& run, const std::vector<std::string>& replies) {
     const auto& models = model_profiles();
-    std::string out(2, '\0');
+    std::string out(3, '\0');
     for (std::size_t i = 0; i < models.size(); ++i)
         if (models[i].model == run.model) out[0] = static_cast<char>(i);
-    out[1] = static_cast<char>((run.gpib ? 1 : 0) | (run.catalogue ? 2 : 0) |
-                               ((run.read_entry & 63) << 2));
+    out[1] = static_cast<char>((run.gpib ? 1 : 0) | (static_cast<int>(run.procedure) << 1));
+    out[2] = static_cast<char>(run.entry);
     for (const std::string& r : replies) {
         out += r;
         out += '\0';
@@ -191,16 +191,19 @@ TransferResult run_and_check(const ReplyRun& run, const Responder& respond,
     // The window's state: a curve of its own that only a whole read may replace.
     CurveRecord curve = CurveRecord::for_model(run.model);
     HeaderFields header = HeaderFields::for_model(run.model);
-    for (int k = 0; k < 3 && run.model != InstrumentModel::HOX; ++k) {
-        curve.sensor_units[k] = 0.1 * (k + 1);
+    const bool hox = run.model == InstrumentModel::HOX;
+    for (int k = 0; k < (hox ? curve.max_breakpoints : 3); ++k) {
+        if (!hox) curve.sensor_units[k] = 0.1 * (k + 1);
         curve.temperatures[k] = 300.0 - k;
     }
     get_number_of_breakpoints(curve);
     header.name = "KEEP";
     header.serial_number = "K1";
+    header.setpoint_text = "325";
     PickLists picks = PickLists::for_model(run.model);
-    if (!picks.read.entries.empty())
-        picks.read.selected = run.read_entry % static_cast<int>(picks.read.entries.size());
+    for (ListField* list : {&picks.read, &picks.write, &picks.remove})
+        if (!list->entries.empty())
+            list->selected = run.entry % static_cast<int>(list->entries.size());
     TransferState transfer;
     transfer.thermocouple_char = "K";
     NoProgress progress;
@@ -215,20 +218,34 @@ TransferResult run_and_check(const ReplyRun& run, const Responder& respond,
     const std::string remembered = transfer.thermocouple_char;
     const double start = clock.now();
     const int sent_before = link.commands_sent();
-    const TransferResult result =
-        run.catalogue ? grab_curve_names(session) : run_read_transfer(session);
+    TransferResult result = TransferResult::Done;
+    switch (run.procedure) {
+        case Procedure::Read:
+            result = run_read_transfer(session);
+            break;
+        case Procedure::Catalogue:
+            result = grab_curve_names(session);
+            break;
+        case Procedure::Write:
+            result = run_write_transfer(session);
+            break;
+        case Procedure::Delete:
+            result = run_delete_transfer(session);
+            break;
+    }
     const int sent = link.commands_sent() - sent_before;
     const double took = clock.now() - start;
 
-    // Each command is followed by at most its pause and one reply's 10 s of silence; a read
-    // asks at most once per point and location.
+    // Each command is followed by at most its pause and one reply's 10 s of silence. A procedure
+    // sends at most two commands a point (a write asks for free memory before each) and one a
+    // location, and polls "BUSY?" a bounded number of times.
     const ModelProfile& p = profile(run.model);
     const int most_commands =
-        2 * (p.max_breakpoints + static_cast<int>(p.read_locations.size())) + 8;
+        2 * (p.max_breakpoints + static_cast<int>(p.read_locations.size())) + 100;
     check(sent <= most_commands, "more commands than the procedure can need");
     check(took <= 31.0 * (sent + 1), "more time than the commands sent can take");
 
-    if (run.catalogue) {
+    if (run.procedure != Procedure::Read) {
         // Entries are renamed, never added, removed or moved; a selection stays in its list.
         for (const auto& [now, then] : {std::pair{&picks.read, &picks_before.read},
                                         std::pair{&picks.write, &picks_before.write},
@@ -240,7 +257,10 @@ TransferResult run_and_check(const ReplyRun& run, const Responder& respond,
             check(now->selected >= -1 && now->selected < static_cast<int>(now->entries.size()),
                   "a selection outside its list");
         }
-        check(curve == curve_before && header == header_before, "the catalogue changed the curve");
+        // Writers send the curve (or a scaled copy); none of them changes it.
+        check(curve == curve_before, "a procedure other than a read changed the curve");
+        if (run.procedure == Procedure::Catalogue)
+            check(header == header_before, "the catalogue changed the header fields");
         return result;
     }
     if (result != TransferResult::Done) {

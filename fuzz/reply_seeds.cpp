@@ -1,6 +1,6 @@
 // Seed inputs for the reply fuzzer: what the simulated instrument of every model answers to the
-// catalogue and to a curve read, on each of its buses, after a curve was written to its last
-// user location.
+// catalogue, a curve read, write and delete at its last user location, on each of its buses
+// (a curve is written there first, except for the write).
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -49,12 +49,16 @@ std::vector<Seed> make_seeds() {
     std::vector<Seed> seeds;
     for (const ModelProfile& p : model_profiles()) {
         const PickLists picks = PickLists::for_model(p.model);
-        int last_written = 0;
-        if (!picks.write.entries.empty())
-            last_written = picks.read.find(picks.write.entries.back());
+        // The last user location, as an index into each list (the read list holds it too).
+        int last_read = 0, last_written = 0;
+        if (!picks.write.entries.empty()) {
+            last_read = picks.read.find(picks.write.entries.back());
+            last_written = static_cast<int>(picks.write.entries.size()) - 1;
+        }
         for (const bool gpib : {false, true}) {
             if (gpib && !p.gpib_allowed) continue;
-            for (const bool catalogue : {false, true}) {
+            for (const Procedure procedure :
+                 {Procedure::Read, Procedure::Catalogue, Procedure::Write, Procedure::Delete}) {
                 sim::Instrument instrument(p.model);
                 std::vector<std::string> replies;
                 bool recording = true;
@@ -63,19 +67,21 @@ std::vector<Seed> make_seeds() {
                     if (recording && is_query(command)) replies.push_back(reply);
                     return reply;
                 };
-                const ReplyRun run{p.model, gpib, catalogue, last_written};
-                const TransferResult result =
-                    run_and_check(run, respond, [&](Session& s) { write_a_curve(s, recording); });
+                const bool read = procedure == Procedure::Read;
+                const ReplyRun run{p.model, gpib, procedure, read ? last_read : last_written};
+                const TransferResult result = run_and_check(run, respond, [&](Session& s) {
+                    if (procedure != Procedure::Write) write_a_curve(s, recording);
+                });
                 if (result != TransferResult::Done) {
-                    std::fprintf(stderr, "seed: the %s %s failed\n",
-                                 std::string(p.designation).c_str(),
-                                 catalogue ? "catalogue" : "read");
+                    std::fprintf(stderr, "seed: the %s procedure %d failed\n",
+                                 std::string(p.designation).c_str(), static_cast<int>(procedure));
                     std::abort();
                 }
+                static const char* kNames[] = {"-read", "-catalogue", "-write", "-delete"};
                 std::string name = "reply-" + std::string(p.designation);
                 std::replace(name.begin(), name.end(), '/', '-');
                 name +=
-                    std::string(gpib ? "-gpib" : "-serial") + (catalogue ? "-catalogue" : "-read");
+                    std::string(gpib ? "-gpib" : "-serial") + kNames[static_cast<int>(procedure)];
                 seeds.push_back({name, encode(run, replies)});
             }
         }
@@ -83,7 +89,7 @@ std::vector<Seed> make_seeds() {
     // Replies that end too soon, and none at all.
     seeds.push_back({"reply-silent", encode({}, {})});
     seeds.push_back({"reply-taz-header-only",
-                     encode({InstrumentModel::TAZ, false, false, 21},
+                     encode({InstrumentModel::TAZ, false, Procedure::Read, 21},
                             {"TESSALY,MODEL TAZ,SIM000001,1.0\r\n", "A,B,2,375,1\r\n"})});
     return seeds;
 }
