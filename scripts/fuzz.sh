@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Fuzzes with libFuzzer for N seconds (default 300): the curve-file readers, or the instrument
-# reply parsers (the catalogue and every model's curve read, on both buses).
+# reply parsers (the catalogue and every model's read, write and delete, on both buses).
 #   scripts/fuzz.sh [SECONDS] [readers|replies]
 # Builds with clang in build-fuzz, writes a seed corpus (from the file writers, or from the
 # simulated instruments' replies) into build-fuzz/corpus or build-fuzz/corpus-replies, and keeps
