@@ -244,13 +244,14 @@ int PrologixDriver::ibrd(int ud, char* buffer, long count) {
     const std::size_t n = std::min(reply.size(), wanted);
     std::copy_n(reply.data(), n, buffer);
     const long got = static_cast<long>(n);
-    if (received > wanted || (received == wanted && !ended)) return finish(CMPL, 0, got);
-    // A reply that came whole stands, even when the line went down right after it.
-    if (ended) return finish(CMPL | END, 0, got);
+    // A reply that came whole stands, even when the line went down right after it; END only
+    // when the buffer held all of it.
+    if (ended) return finish(received > wanted ? CMPL : CMPL | END, 0, got);
     if (!stream_->is_open()) {
         lost();
         return finish(ERR, EDVR, got);
     }
+    if (received >= wanted) return finish(CMPL, 0, got);
     return finish(ERR | TIMO, EABO, got);
 }
 
