@@ -1,7 +1,7 @@
-// Runs the reader fuzz function without libFuzzer: every seed, then deterministic mutations of
-// them (byte flips, inserted separators and digits, cut and repeated spans). Built with the
-// address and undefined-behaviour sanitizers as a CTest smoke test.
-//   reader_fuzz_smoke [MUTATIONS] [FILE...]
+// Runs a fuzz function without libFuzzer: every seed, then deterministic mutations of them (byte
+// flips, inserted separators, digits and out-of-range numbers, cut and repeated spans). Built
+// with the address and undefined-behaviour sanitizers as CTest smoke tests.
+//   reader_fuzz_smoke [MUTATIONS] [FILE...]   (reply_fuzz_smoke alike)
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -36,7 +36,7 @@ std::string mutate(std::string s, Rng& rng) {
     int steps = 1 + static_cast<int>(rng.below(4));
     for (int k = 0; k < steps; ++k) {
         std::size_t at = rng.below(s.size() + 1);
-        switch (rng.below(6)) {
+        switch (rng.below(7)) {
             case 0:
                 if (!s.empty()) s[rng.below(s.size())] = static_cast<char>(rng.next());
                 break;
@@ -53,6 +53,13 @@ std::string mutate(std::string s, Rng& rng) {
                 std::size_t from = rng.below(s.size() + 1);
                 std::string span = s.substr(from, rng.below(64));
                 for (int r = static_cast<int>(rng.below(40)); r > 0; --r) s.insert(at, span);
+                break;
+            }
+            case 5: {
+                // Numbers no field can hold, and the NUL that ends a scripted reply.
+                static const std::string tokens[] = {"e400", "-1e400", "99999999999", "nan",
+                                                     std::string(1, '\0')};
+                s.insert(at, tokens[rng.below(std::size(tokens))]);
                 break;
             }
             default:

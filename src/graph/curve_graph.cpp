@@ -33,6 +33,7 @@
 #include <limits>
 #include <memory>
 
+#include "curve/code_page.h"
 #include "curve/prompts.h"
 
 namespace kelvara {
@@ -54,11 +55,15 @@ QString to_q(const std::string& text) {
 }
 
 // The title block: main title, then the subtitle and the centre parts of the extra lines, each
-// on its own line. Blanks are kept as typed ("Curve: name  serial" has two).
+// on its own line. Blanks are kept as typed ("Curve: name  serial" has two). The titles carry
+// the curve's name and serial number: bytes of the files' code page, shown as the window shows
+// them.
 QString title_html(const GraphSpec& spec) {
     QStringList lines;
     auto add = [&lines](const std::string& text, bool main) {
-        QString escaped = to_q(text).toHtmlEscaped().replace(QLatin1Char(' '), "&nbsp;");
+        QString escaped = QString::fromStdU16String(code_page_text(text))
+                              .toHtmlEscaped()
+                              .replace(QLatin1Char(' '), "&nbsp;");
         lines << (main ? "<b>" + escaped + "</b>" : escaped);
     };
     add(spec.main_title, true);

@@ -29,6 +29,9 @@ class GpibDriver {
     virtual int ibrd(int ud, char* buffer, long count) = 0;
     virtual int ibloc(int ud) = 0;
     virtual int ibonl(int ud, int online) = 0;
+    // Why the device stopped working, in words, when the driver knows more than its error code
+    // says (an adapter's device or connection that went away); "" otherwise.
+    virtual std::string failure() const { return {}; }
     // The calling thread's status after the last call (32-bit values, as the library keeps them).
     virtual std::int32_t thread_ibsta() = 0;
     virtual std::int32_t thread_iberr() = 0;

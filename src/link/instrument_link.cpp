@@ -186,6 +186,11 @@ void InstrumentLink::mark_dead(const std::string& reason) {
     last_reply_ = ReplyStatus::LineDead;
 }
 
+std::string InstrumentLink::gpib_failure() const {
+    const std::string why = gpib_->failure();
+    return why.empty() ? "the GPIB driver reported " + gpib_error_name(status_.iberr) : why;
+}
+
 void InstrumentLink::setup_488(SetupChoices& choices) {
     start_over();
     interface_ = Interface::GPIB;
@@ -340,9 +345,8 @@ bool InstrumentLink::send_command(const std::string& text, bool clear_input) {
             gpib_->ibwrt(device_, text.data(), static_cast<long>(text.size()));
             copy_status();
             if (status_.failed()) {
-                mark_dead((status_.ibsta & kTimo) != 0
-                              ? std::string("the GPIB write timed out")
-                              : "the GPIB driver reported " + gpib_error_name(status_.iberr));
+                mark_dead((status_.ibsta & kTimo) != 0 ? std::string("the GPIB write timed out")
+                                                       : gpib_failure());
                 return false;
             }
             ++commands_sent_;
@@ -377,7 +381,7 @@ std::string InstrumentLink::read_reply(int buffer_size) {
             } else if ((status_.ibsta & kTimo) != 0) {
                 last_reply_ = ReplyStatus::Silent;
             } else {
-                mark_dead("the GPIB driver reported " + gpib_error_name(status_.iberr));
+                mark_dead(gpib_failure());
             }
             return buffer;
         }

@@ -92,6 +92,7 @@ class InstrumentLink {
     void quit_setup(SetupChoices& choices);
     void mark_dead(const std::string& reason);
     void remember_identification(const std::string& reply);
+    std::string gpib_failure() const;
     std::string collect_serial_reply(std::size_t largest);
 
     Clock& clock_;

@@ -91,6 +91,10 @@ void PrologixDriver::lost() {
     error_ = why.empty() ? std::string("the connection to the adapter was lost") : why;
 }
 
+std::string PrologixDriver::failure() const {
+    return error_.empty() ? std::string() : "GPIB adapter " + where() + ": " + error_;
+}
+
 void PrologixDriver::wait_until_adapter_free() {
     while (stream_->is_open() && clock_.now() < busy_until_) {
         clock_.yield();
@@ -209,6 +213,7 @@ int PrologixDriver::ibrd(int ud, char* buffer, long count) {
     if (!send_line("++read eoi")) return finish(ERR, EDVR, 0);
     const auto wanted = static_cast<std::size_t>(count);
     std::string reply;
+    std::size_t received = 0;  // all of it, also what no longer fits the buffer
     bool ended = false;
     double quiet_since = clock_.now();
     while (clock_.now() < end) {
@@ -217,7 +222,10 @@ int PrologixDriver::ibrd(int ud, char* buffer, long count) {
         if (!got.empty()) {
             quiet_since = clock_.now();
             const auto mark = got.find(kEndMark);
-            reply.append(got, 0, mark);
+            const std::size_t taken = std::min(got.size(), mark);
+            received += taken;
+            // Only one byte past the buffer matters: that there was more.
+            reply.append(got, 0, std::min(taken, wanted + 1 - std::min(reply.size(), wanted + 1)));
             ended = mark != std::string::npos;
             if (ended) break;
             continue;
@@ -226,7 +234,7 @@ int PrologixDriver::ibrd(int ud, char* buffer, long count) {
         if (clock_.now() - quiet_since < kAskAgainAfter) continue;
         // The adapter's read is over. A full buffer from a reply without EOI is all the caller
         // would take; otherwise the instrument may still answer, so ask again.
-        if (reply.size() >= wanted || !send_line("++read eoi")) break;
+        if (received >= wanted || !send_line("++read eoi")) break;
         quiet_since = clock_.now();
     }
     busy_until_ = ended ? 0 : quiet_since + kAskAgainAfter;
@@ -236,12 +244,14 @@ int PrologixDriver::ibrd(int ud, char* buffer, long count) {
     const std::size_t n = std::min(reply.size(), wanted);
     std::copy_n(reply.data(), n, buffer);
     const long got = static_cast<long>(n);
+    // A reply that came whole stands, even when the line went down right after it; END only
+    // when the buffer held all of it.
+    if (ended) return finish(received > wanted ? CMPL : CMPL | END, 0, got);
     if (!stream_->is_open()) {
         lost();
         return finish(ERR, EDVR, got);
     }
-    if (reply.size() > wanted || (reply.size() == wanted && !ended)) return finish(CMPL, 0, got);
-    if (ended) return finish(CMPL | END, 0, got);
+    if (received >= wanted) return finish(CMPL, 0, got);
     return finish(ERR | TIMO, EABO, got);
 }
 

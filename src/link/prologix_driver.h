@@ -44,6 +44,8 @@ class PrologixDriver : public GpibDriver {
     std::string where() const { return stream_->where(); }
     // Why the last ibdev failed, or the stream broke afterwards ("" while all is well).
     const std::string& error() const { return error_; }
+    // "GPIB adapter WHERE: " and the error, once the stream broke.
+    std::string failure() const override;
     // The adapter's answer to "++ver" once identified.
     const std::string& version() const { return version_; }
 

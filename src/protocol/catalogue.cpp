@@ -1,6 +1,7 @@
 #include "protocol/catalogue.h"
 
 #include <algorithm>
+#include <cctype>
 #include <optional>
 
 #include "curve/next_field.h"
@@ -129,6 +130,12 @@ void drop_field(std::string& rest) {
 
 void name_older_location(PickLists& picks, const std::string& number, const std::string& name) {
     const std::string n = trim_reply_field(number);
+    // The read list is searched by an entry's first two characters, so only a curve number of
+    // one or two digits names a location; any other text ("5E-1010", worth 0) would begin an
+    // entry whose first two characters a later record takes for another location.
+    if (n.empty() || n.size() > 2 ||
+        !std::all_of(n.begin(), n.end(), [](unsigned char c) { return std::isdigit(c); }))
+        return;
     const double value = parse_leading_number(n);
     const std::string entry = n + " - " + name;
     const int i = find_entry_by_first_two(picks.read, value);

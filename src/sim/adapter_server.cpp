@@ -5,6 +5,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <termios.h>
 #include <unistd.h>
@@ -87,6 +88,25 @@ void AdapterServer::drop_client() {
     adapter_.disconnected();
 }
 
+void AdapterServer::hang_up() {
+    if (slave_ >= 0) {
+        // Closing the terminal throws away what its client has not read yet: the adapter's last
+        // words are given a moment to be taken first.
+        for (int tries = 0; tries < 100; ++tries) {
+            int waiting = 0;
+            if (::ioctl(slave_, FIONREAD, &waiting) != 0 || waiting == 0) break;
+            pollfd wake{wake_[0], POLLIN, 0};
+            if (::poll(&wake, 1, 10) > 0) break;
+        }
+    }
+    if (client_ >= 0) ::shutdown(client_, SHUT_WR);  // what was sent still arrives, then the end
+    for (int* fd : {&master_, &slave_, &client_, &listener_}) {
+        if (*fd >= 0) ::close(*fd);
+        *fd = -1;
+    }
+    hung_up_ = true;
+}
+
 void AdapterServer::deliver(const std::string& bytes) {
     const int fd = master_ >= 0 ? master_ : client_;
     for (std::size_t done = 0; fd >= 0 && done < bytes.size();) {
@@ -144,6 +164,7 @@ void AdapterServer::serve() {
             if (::poll(&wake, 1, 50) > 0) return;
         }
         deliver(adapter_.take_output());
+        if (adapter_.hung_up()) return hang_up();
     }
 }
 

@@ -1,7 +1,9 @@
 // A simulated GPIB adapter served to other programs: on a pseudo-terminal, as a GPIB-USB adapter
 // appears, or on a TCP port of 127.0.0.1, as a GPIB-Ethernet adapter does (one client at a time;
 // the next waits until the first has gone). The adapter decides what to send and when; the
-// server only carries the bytes, every byte for the host through deliver().
+// server only carries the bytes, every byte for the host through deliver(). When the adapter
+// hangs up (the hang-up fault) the server closes the pseudo-terminal, or the connection and the
+// listening socket, as a pulled adapter would, and stops.
 #pragma once
 
 #include <functional>
@@ -26,8 +28,9 @@ class AdapterServer {
     // What a client opens: the device path, or "127.0.0.1:PORT".
     const std::string& address() const { return address_; }
 
-    // Carries bytes until stop().
+    // Carries bytes until stop() or a hang-up.
     void serve();
+    bool hung_up() const { return hung_up_; }
     // Safe from a signal handler or another thread.
     void stop();
 
@@ -37,6 +40,7 @@ class AdapterServer {
   private:
     void deliver(const std::string& bytes);
     void drop_client();
+    void hang_up();
 
     PrologixAdapter& adapter_;
     Clock& clock_;
@@ -45,6 +49,7 @@ class AdapterServer {
     int listener_ = -1;
     int client_ = -1;
     int wake_[2] = {-1, -1};
+    bool hung_up_ = false;
     std::string address_;
 };
 

@@ -62,8 +62,15 @@ void PrologixAdapter::act() {
 std::string PrologixAdapter::take_output() {
     act();
     std::string out;
-    while (!output_.empty() && output_.front().at <= clock_.now()) {
-        out += output_.front().bytes;
+    const double now = clock_.now();
+    while (!output_.empty() && output_.front().at <= now) {
+        Piece& p = output_.front();
+        std::size_t n = p.bytes.size();
+        if (p.spacing > 0) n = std::min(n, static_cast<std::size_t>((now - p.at) / p.spacing) + 1);
+        out.append(p.bytes, 0, n);
+        p.bytes.erase(0, n);
+        p.at += static_cast<double>(n) * p.spacing;
+        if (!p.bytes.empty()) break;  // the rest is still on its way
         output_.pop_front();
     }
     return out;
@@ -83,6 +90,10 @@ void PrologixAdapter::disconnected() {
     output_.clear();
 }
 
+bool PrologixAdapter::hung_up() const {
+    return instrument_.hangup_due() && pending_.empty() && output_.empty();
+}
+
 bool PrologixAdapter::listening() const {
     if (settings.secondary != 0) return false;
     if (instrument_address >= 0) return settings.address == instrument_address;
@@ -90,7 +101,19 @@ bool PrologixAdapter::listening() const {
 }
 
 void PrologixAdapter::answer(const std::string& text) {
-    output_.push_back({clock_.now(), text + "\r\n"});
+    send(clock_.now(), 0, text + "\r\n");
+}
+
+void PrologixAdapter::send(double at, double spacing, std::string bytes) {
+    if (bytes.empty()) return;
+    if (const int baud = instrument_.faults.line_baud; baud > 0) {
+        // One byte after the other on the link, each there once its last bit is.
+        const double character = 10.0 / baud;
+        spacing = std::max(spacing, character);
+        at = std::max(at, link_free_at_) + character;
+        link_free_at_ = at + static_cast<double>(bytes.size() - 1) * spacing;
+    }
+    output_.push_back({at, spacing, std::move(bytes)});
 }
 
 void PrologixAdapter::change(int& setting, int value) {
@@ -174,6 +197,10 @@ void PrologixAdapter::data(const std::string& text) {
     bus.push_back({BusEvent::Kind::Data, settings.address, bytes, settings.eoi});
     if (!listening()) return;
     const Faults& f = instrument_.faults;
+    if (instrument_.hangup_due()) {
+        pending_.clear();  // the line is going down: nothing reaches the instrument any more
+        return;
+    }
     if (f.write_fails_after >= 0 && writes_ >= f.write_fails_after) return;
     ++writes_;
     // The instrument takes a message as its GPIB input does: one trailing CR LF or LF dropped.
@@ -184,30 +211,49 @@ void PrologixAdapter::data(const std::string& text) {
         message.pop_back();
     // A new command replaces an answer nobody read, as a real talker's output buffer does.
     pending_ = instrument_.handle(message);
-    pending_at_ = clock_.now() + f.reply_delay;
+    const bool faulty = instrument_.reply_faults_active();
+    pending_at_ = clock_.now() + (faulty ? f.reply_delay : 0);
+    pending_gap_ = faulty ? f.trickle : 0;
+    pending_pieces_ = faulty ? std::max(1, f.split_pieces) : 1;
+    pending_eoi_ = !(faulty && (f.no_terminator || f.babble));
     if (settings.auto_read) read(true);
 }
 
 void PrologixAdapter::read(bool until_eoi) {
     const double now = clock_.now();
     const double timeout = settings.read_tmo_ms / 1000.0;
-    if (!listening() || pending_.empty() || pending_at_ > now + timeout) {
+    const Faults& f = instrument_.faults;
+    const bool failing = f.read_fails_after >= 0 && reads_ >= f.read_fails_after;
+    if (failing || !listening() || pending_.empty() || pending_at_ > now + timeout) {
         busy_until_ = now + timeout;  // nobody talks: the adapter waits out its time-out
         return;
     }
-    std::string reply = std::exchange(pending_, std::string());
-    if (settings.eot_enable) reply += static_cast<char>(settings.eot_char);
-    const int pieces =
-        std::clamp(instrument_.faults.split_pieces, 1, static_cast<int>(reply.size()));
-    const std::size_t size = reply.size() / static_cast<std::size_t>(pieces);
+    ++reads_;
     double at = std::max(now, pending_at_);
-    for (int i = 0; i < pieces; ++i) {
-        const std::size_t start = size * static_cast<std::size_t>(i);
-        output_.push_back({at, reply.substr(start, i + 1 == pieces ? std::string::npos : size)});
-        if (i + 1 < pieces) at += kPieceGap;
+    std::string reply;
+    if (pending_gap_ > timeout) {
+        // The next byte comes later than the adapter waits: this read ends with one byte.
+        reply = pending_.substr(0, 1);
+        pending_.erase(0, 1);
+        pending_at_ = at + pending_gap_;
+    } else {
+        reply = std::exchange(pending_, std::string());
     }
+    const bool eoi = pending_.empty() && pending_eoi_;
+    const int pieces = std::clamp(pending_pieces_, 1, static_cast<int>(reply.size()));
+    const std::size_t size = reply.size() / static_cast<std::size_t>(pieces);
+    double last = at;
+    for (int i = 0; i < pieces; ++i) {
+        std::string piece = reply.substr(size * static_cast<std::size_t>(i),
+                                         i + 1 == pieces ? std::string::npos : size);
+        last = at + static_cast<double>(piece.size() - 1) * pending_gap_;
+        send(at, pending_gap_, std::move(piece));
+        at = last + kPieceGap;
+    }
+    if (eoi && settings.eot_enable)
+        send(last, 0, std::string(1, static_cast<char>(settings.eot_char)));
     // Reading to EOI ends with the last byte; any other read waits out the time-out after it.
-    busy_until_ = until_eoi ? at : at + timeout;
+    busy_until_ = until_eoi && eoi ? last : last + timeout;
 }
 
 }  // namespace kelvara::sim

@@ -8,6 +8,17 @@
 // A host that forgets to set one of them finds its commands ignored, its replies gone or the
 // bytes on the bus changed (see `bus`). Nothing is acknowledged; the instrument's faults apply
 // to what it hears and answers (a failed write goes unseen, as it does through a real adapter).
+//
+// The simulator's line faults act where they would through a real adapter:
+//  - delay, split, trickle: the instrument talks late, in pieces, or one byte every so often
+//    (a gap longer than the adapter's read time-out ends its read there);
+//  - noterm, babble: the instrument never asserts EOI, so no end mark follows its bytes and the
+//    adapter waits out its read time-out after the last one;
+//  - readfail=N: after N reads that brought a reply the adapter's reads bring nothing;
+//  - speed: the link between host and adapter carries every byte for the host at that speed,
+//    8N1, as an AR488 on a serial line does (kLinkBaud is what "speed" alone stands for here);
+//  - hangup=N: once N command lines reached the instrument and their replies went out, the
+//    adapter is gone (hung_up()): the servers close the pseudo-terminal or the connection.
 #pragma once
 
 #include <deque>
@@ -48,6 +59,9 @@ class PrologixAdapter {
     // The host went away: its unfinished line and the output nobody will read are dropped;
     // settings stay, as they do in a real adapter.
     void disconnected();
+    // The hang-up fault has struck and everything due to the host has gone out: the line or
+    // connection is to be closed, and stays down.
+    bool hung_up() const;
 
     struct Settings {
         int mode = 0;           // 1 controller, 0 device
@@ -70,14 +84,18 @@ class PrologixAdapter {
     const std::string& version() const { return version_; }
 
     static constexpr double kPieceGap = 0.05;  // between the pieces of a split reply
+    static constexpr int kLinkBaud = 115200;    // the AR488's serial link
 
   private:
     struct Line {
         bool command;
         std::string text;
     };
+    // Bytes on their way to the host: the first is there at `at`, each further one `spacing`
+    // later.
     struct Piece {
         double at;
+        double spacing;
         std::string bytes;
     };
     void parse(char c);
@@ -87,6 +105,7 @@ class PrologixAdapter {
     void read(bool until_eoi);
     bool listening() const;
     void answer(const std::string& text);
+    void send(double at, double spacing, std::string bytes);
     void change(int& setting, int value);
     void change(bool& setting, bool value);
 
@@ -98,10 +117,15 @@ class PrologixAdapter {
     std::string line_;
     int plain_plus_ = 0;  // leading unescaped "+" of line_
     bool escaped_ = false;
-    double busy_until_ = 0;  // in a read until then, acting on nothing else
-    std::string pending_;    // the instrument's reply, not yet read
-    double pending_at_ = 0;  // when the instrument has it ready
+    double busy_until_ = 0;    // in a read until then, acting on nothing else
+    std::string pending_;      // the instrument's reply, not yet read
+    double pending_at_ = 0;    // when the instrument has its (next) byte ready
+    double pending_gap_ = 0;   // > 0: the instrument talks one byte every so many seconds
+    int pending_pieces_ = 1;   // the reply comes in that many pieces
+    bool pending_eoi_ = true;  // EOI comes with the reply's last byte
+    double link_free_at_ = 0;  // when the link to the host has carried what was sent
     int writes_ = 0;
+    int reads_ = 0;  // reads that brought a reply
 };
 
 }  // namespace kelvara::sim

@@ -16,7 +16,7 @@ SimAdapterStream::SimAdapterStream(PrologixAdapter& adapter, Clock& clock, std::
       virtual_time_(dynamic_cast<VirtualClock*>(&clock) != nullptr) {}
 
 bool SimAdapterStream::open() {
-    open_ = can_open;
+    open_ = can_open && !adapter_.hung_up();
     return open_;
 }
 
@@ -26,13 +26,13 @@ void SimAdapterStream::close() {
 }
 
 bool SimAdapterStream::write(const std::string& bytes) {
-    if (!open_) return false;
+    if (!is_open()) return false;
     adapter_.receive(bytes);
     return true;
 }
 
 std::string SimAdapterStream::read(double wait_seconds) {
-    if (!open_) return {};
+    if (!is_open()) return {};
     std::string out = adapter_.take_output();
     if (!out.empty() || wait_seconds <= 0 || virtual_time_) return out;
     double sleep = wait_seconds;
@@ -43,7 +43,8 @@ std::string SimAdapterStream::read(double wait_seconds) {
 }
 
 std::string SimAdapterStream::error() const {
-    return can_open ? std::string() : std::string("Connection refused");
+    if (!can_open) return "Connection refused";
+    return adapter_.hung_up() ? "the adapter hung up" : std::string();
 }
 
 Instrument& SimulatedTransports::instrument(InstrumentModel model) {

@@ -15,14 +15,16 @@
 
 namespace kelvara::sim {
 
-// The host's end of a simulated adapter, in the same process.
+// The host's end of a simulated adapter, in the same process. When the adapter hangs up (the
+// hang-up fault) the stream is closed, as a pulled adapter's device or a dropped connection is,
+// and it cannot be opened again while the fault lasts.
 class SimAdapterStream : public ByteStream {
   public:
     SimAdapterStream(PrologixAdapter& adapter, Clock& clock, std::string where);
 
     bool open() override;
     void close() override;
-    bool is_open() const override { return open_; }
+    bool is_open() const override { return open_ && !adapter_.hung_up(); }
     bool write(const std::string& bytes) override;
     // On a virtual clock it never waits (the reader's yield moves time on); on a real one it
     // sleeps until the adapter has output due or the wait is over.

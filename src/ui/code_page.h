@@ -1,6 +1,5 @@
-// Names and serial numbers are bytes in the files' single-byte code page (Windows-1252, as the
-// files written on Windows carry them); the window shows and takes them as text through this
-// code page, so every byte a file holds is written back unchanged.
+// The window's side of the files' code page (curve/code_page.h): names and serial numbers shown
+// and taken as text, so every byte a file holds is written back unchanged.
 #pragma once
 
 #include <QString>
@@ -10,9 +9,7 @@
 
 namespace kelvara::ui {
 
-// Each byte as its character. The five bytes the code page leaves unassigned (0x81, 0x8D, 0x8F,
-// 0x90, 0x9D) become the control characters of the same number, as Windows itself reads them,
-// so they too come back as the bytes they were.
+// Each byte as its character (code_page_text).
 QString from_code_page(std::string_view bytes);
 
 // Each character as its byte; a character the code page cannot hold becomes "?" (the fields'

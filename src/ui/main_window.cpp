@@ -590,6 +590,7 @@ void MainWindow::open_link(SetupChoices& choices) {
         link_->setup_488(choices);
     else
         link_->setup_rs232(choices);
+    update_status_line();
     // The link's own message does not say which adapter could not be reached.
     if (choices.interface == Interface::None)
         if (const std::string why = transports_->failure(); !why.empty()) prompts_->message(why);

@@ -418,11 +418,18 @@ void MainWindow::update_status_line() {
     if (!status_text_) return;
     const bool online =
         setup_.interface != Interface::None && link_->interface() != Interface::None;
+    // The device the port number reaches, unless the program was told another one.
+    const auto device_of = [this](const std::string& given, int port) {
+        if (!given.empty()) return QString::fromStdString(given);
+        return options_.device_for_port ? QString::fromStdString(options_.device_for_port(port))
+                                        : QString();
+    };
     QString device;
-    if (chosen_interface_ == Interface::RS232 && options_.device_for_port)
-        device = QString::fromStdString(options_.device_for_port(setup_.serial_port));
-    status_text_->setText(status_line_text(setup_.model, chosen_interface_, setup_.gpib_address,
-                                           setup_.serial_port, device, online));
+    if (chosen_interface_ == Interface::RS232)
+        device = device_of(setup_.serial_device, setup_.serial_port);
+    else if (chosen_interface_ == Interface::GPIB && setup_.gpib_route == GpibRoute::UsbAdapter)
+        device = device_of(setup_.adapter_device, setup_.adapter_port);
+    status_text_->setText(status_line_text(setup_, chosen_interface_, device, online));
 }
 
 }  // namespace kelvara::ui

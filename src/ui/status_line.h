@@ -16,10 +16,13 @@ QString program_title(InstrumentModel model);
 // that was never changed keeps the bare title; one changed without a file is "Untitled".
 QString window_title(const QString& program_title, const QString& document, bool modified);
 
-// "Model TAZ  |  GPIB address 12  |  online", "Model KIP  |  RS-232 port 1 (/dev/ttyS0)  |
-// offline", "Model HOX  |  no instrument interface  |  offline". `chosen` is the interface the
-// user chose, also when its link then failed; `device` is what the serial port number reaches.
-QString status_line_text(InstrumentModel model, Interface chosen, int gpib_address, int serial_port,
-                         const QString& device, bool online);
+// "Model TAZ  |  GPIB address 12  |  online", "Model TAZ  |  GPIB address 12 through USB adapter
+// /dev/ttyUSB0  |  online", "Model FEN  |  GPIB address 5 through Ethernet adapter
+// 192.168.1.5:1234  |  offline", "Model KIP  |  RS-232 port 1 (/dev/ttyS0)  |  offline",
+// "Model HOX  |  no instrument interface  |  offline". `choices` gives the model, address, port
+// and GPIB route; `chosen` is the interface the user chose, also when its link then failed;
+// `device` is the serial device the RS-232 port or the USB adapter reaches ("" if unknown).
+QString status_line_text(const SetupChoices& choices, Interface chosen, const QString& device,
+                         bool online);
 
 }  // namespace kelvara::ui

@@ -91,6 +91,16 @@ const Row kRows[] = {
      kRead + "TAZ " + kGpib + " --location 1 out.taz", 0, 1,
      kProblem + "kelvara-cli read: the connection to the instrument was lost: the GPIB driver "
      "reported EBUS", false, 0.2, 2, 0.5},
+    // Behind a simulated adapter the pseudo-terminal, or the connection, closes once the fourth
+    // reply has gone out.
+    {"hang-up behind a USB adapter", "--model TAZ --faults hangup=4 --prologix", "",
+     kRead + "TAZ --gpib 12 --prologix {dev} --location 1 out.taz", 0, 1,
+     kProblem + "kelvara-cli read: the connection to the instrument was lost: GPIB adapter /dev/",
+     false, 0.2, 2.5, 0.2},
+    {"hang-up behind an Ethernet adapter", "--model FEN --faults hangup=4 --prologix-tcp 0", "",
+     kRead + "FEN --gpib 12 --prologix-host {dev} --location 1 out.taz", 0, 1,
+     kProblem + "kelvara-cli read: the connection to the instrument was lost: GPIB adapter "
+     "127.0.0.1:", false, 0.2, 2.5, 0.2},
     // Within a second of Ctrl-C, counted from the signal.
     {"Ctrl-C during a HOX write", "--model HOX", "", "write --model HOX --serial {dev} in.hox",
      SIGINT, 130, "Writing cancelled. The instrument may now hold a partial curve.\n", false, 0, 1,

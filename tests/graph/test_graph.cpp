@@ -102,14 +102,16 @@ void TestGraph::draws_the_series() {
 
 void TestGraph::prints_titles_to_pdf() {
     QTemporaryDir dir;
-    // The setpoint comes from the list (KIP), the text field (TAZ) or nowhere (HOX).
-    const std::pair<M, QStringList> rows[] = {
-        {M::KIP, {"|Setpoint Limit: 375|", "|Interploation Method: Straight Line|"}},
-        {M::TAZ, {"|Setpoint Limit: 475.5|"}},
-        {M::HOX, {"|Setpoint Limit: |"}}};
-    for (const auto& [model, lines] : rows) {
+    // The setpoint comes from the list (KIP), the text field (TAZ) or nowhere (HOX). A name
+    // holds bytes of the files' code page: 0xB0 is the degree sign.
+    const std::tuple<M, const char*, QStringList> rows[] = {
+        {M::KIP, "CX-1050", {"|Setpoint Limit: 375|", "|Interploation Method: Straight Line|"}},
+        {M::TAZ, "CX-1050", {"|Setpoint Limit: 475.5|"}},
+        {M::HOX, "CX-1050", {"|Setpoint Limit: |"}},
+        {M::TAZ, "PT100 \xb0K", {"|Setpoint Limit: 475.5|"}}};
+    for (const auto& [model, name, lines] : rows) {
         HeaderFields fields = HeaderFields::for_model(model);
-        fields.name = "CX-1050";
+        fields.name = name;
         fields.serial_number = "X98765";
         fields.setpoint_text = "475.5";
         fields.setpoint_list.selected = fields.setpoint_list.find("375");
@@ -119,7 +121,7 @@ void TestGraph::prints_titles_to_pdf() {
         QStringList titles;
         QString title_shown;
         const auto to_pdf = [&](QPrinter& printer, QWidget*) {
-            titles << QString::fromStdString(graph.spec().subtitle);
+            titles << QString::fromLatin1(graph.spec().subtitle);
             for (const auto& line : graph.spec().extra_titles) titles << line.c_str();
             title_shown = graph.chart()->title();
             printer.setOutputFormat(QPrinter::PdfFormat);
@@ -127,9 +129,12 @@ void TestGraph::prints_titles_to_pdf() {
             return true;
         };
         QVERIFY(graph.print_graph(model, curve_with(model, {4, 77}), fields, nullptr, to_pdf));
-        QCOMPARE(titles, QStringList{"Curve: CX-1050  X98765"} + lines);
+        const QString shown_name = QString::fromLatin1(name);
+        QCOMPARE(titles, QStringList{"Curve: " + shown_name + "  X98765"} + lines);
         // Only the centre parts of the title lines are shown.
-        QVERIFY(title_shown.contains("CX-1050") && !title_shown.contains('|'));
+        QVERIFY2(title_shown.contains(QString(shown_name).replace(' ', "&nbsp;")) &&
+                     !title_shown.contains('|'),
+                 qPrintable(title_shown));
         QFile pdf(path);
         QVERIFY(pdf.open(QIODevice::ReadOnly));
         QVERIFY(pdf.read(4) == "%PDF" && pdf.size() > 2000);

@@ -33,10 +33,11 @@ class ScriptedAdapter : public ByteStream {
 
     void send_at(double at, std::string bytes) { due_.push_back({at, std::move(bytes)}); }
     void hang_up() { open_ = false; }
+    double gone_at = 1e9;  // the device or connection goes away then
 
     bool open() override { return open_ = can_open; }
     void close() override { open_ = false; }
-    bool is_open() const override { return open_; }
+    bool is_open() const override { return open_ && clock_.now() < gone_at; }
     bool write(const std::string& bytes) override {
         written += bytes;
         for (const char c : bytes) {
@@ -284,6 +285,21 @@ TEST(PrologixTraffic, AnAdapterThatGoesAwayFailsTheNextCall) {
     char buffer[80];
     EXPECT_EQ(rig.driver.ibrd(ud, buffer, 80), ERR);
     EXPECT_LT(rig.clock.now(), 1.0);
+    EXPECT_EQ(rig.driver.failure(),
+              "GPIB adapter /dev/ttyUSB0: the connection to the adapter was lost");
+
+    // Going away during a read: a reply that came whole stands; one cut short is a failure at
+    // once, not a time-out.
+    for (const bool whole : {true, false}) {
+        Rig r;
+        const int d = r.open();
+        r.adapter->replies.push_back({{0.01, whole ? "A,B\r\n\x04" : "A,"}});
+        r.adapter->gone_at = r.clock.now() + 0.01;  // as the last bytes arrive
+        EXPECT_EQ(r.driver.ibrd(d, buffer, 80), whole ? CMPL | END : ERR) << whole;
+        EXPECT_EQ(r.driver.thread_iberr(), 0);  // EDVR
+        EXPECT_EQ(r.driver.error().empty(), whole);
+        EXPECT_LT(r.clock.now(), r.adapter->gone_at + 0.1);
+    }
 }
 
 // Under the link: an adapter that is not there ends in "(ildev)"; an instrument that is not there

@@ -11,6 +11,7 @@
 
 #include "curve/number_format.h"
 #include "link/instrument_link.h"
+#include "link/prologix_driver.h"
 #include "protocol/catalogue.h"
 #include "protocol/headerpoint.h"
 #include "protocol/older_procedures.h"
@@ -18,6 +19,7 @@
 #include "protocol/transfers.h"
 #include "sim/instrument.h"
 #include "sim/sim_transports.h"
+#include "sim/simulated_transports.h"
 
 namespace kelvara::test {
 
@@ -109,6 +111,21 @@ class HookedSerial : public sim::SimSerialPort {
     std::function<void()> hook_;
 };
 
+// The host's end of a simulated GPIB adapter, calling `after_write` after each line written.
+class HookedAdapterStream : public sim::SimAdapterStream {
+  public:
+    HookedAdapterStream(sim::PrologixAdapter& a, Clock& c, std::function<void()> hook)
+        : SimAdapterStream(a, c, "simulated adapter"), hook_(std::move(hook)) {}
+    bool write(const std::string& bytes) override {
+        const bool ok = SimAdapterStream::write(bytes);
+        hook_();
+        return ok;
+    }
+
+  private:
+    std::function<void()> hook_;
+};
+
 // Records what the scaling dialog was asked and confirms its defaults.
 class RecordingScaling : public ScalingDialog {
   public:
@@ -183,6 +200,15 @@ struct Rig {
         clock.recording = true;
         clock.pauses.clear();
     }
+    // As connect_simulated, over GPIB through the adapter driver and a simulated adapter.
+    void connect_through_adapter(std::function<void()> after_write = [] {}) {
+        adapter = std::make_unique<sim::PrologixAdapter>(sim, clock);
+        link.set_gpib_driver(std::make_unique<PrologixDriver>(
+            std::make_unique<HookedAdapterStream>(*adapter, clock, after_write), clock));
+        link.setup_488(setup);
+        clock.recording = true;
+        clock.pauses.clear();
+    }
     void load_curve(const std::vector<std::pair<double, double>>& points) {
         for (size_t k = 0; k < points.size(); ++k)
             std::tie(curve.sensor_units[k], curve.temperatures[k]) = points[k];
@@ -198,6 +224,7 @@ struct Rig {
     HeaderFields header;
     PickLists picks;
     TransferState transfer;
+    std::unique_ptr<sim::PrologixAdapter> adapter;  // outlives the link, which closes through it
     InstrumentLink link{clock, prompts};
     RecordingProgress progress;
     RecordingScaling scaling;

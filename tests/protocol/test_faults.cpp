@@ -2,6 +2,7 @@
 // bus, procedure and fault, with what the user is told, how the procedure ends, whether the
 // window's curve stays as it was, whether the program goes offline, and how long it takes.
 // Command counts in the faults take in the identification query (the first command line).
+// ADAPTER is GPIB through the adapter driver and the simulated Prologix adapter.
 #include <gtest/gtest.h>
 
 #include "rig.h"
@@ -11,12 +12,18 @@ namespace {
 
 using enum InstrumentModel;
 enum class Proc { Catalogue, Read, Write, Delete };
+enum class Bus { RS232, GPIB, ADAPTER };
+using enum Bus;
+
+Interface interface_of(Bus bus) {
+    return bus == RS232 ? Interface::RS232 : Interface::GPIB;
+}
 constexpr auto DONE = TransferResult::Done, FAILED = TransferResult::Failed,
                CANCELLED = TransferResult::Cancelled;
 
 struct FaultRow {
     InstrumentModel model;
-    Interface bus;
+    Bus bus;
     Proc proc;
     std::string faults;
     int cancel_after;      // >= 0: the user cancels once the instrument has this many lines
@@ -96,12 +103,30 @@ const FaultRow kRows[] = {
     {HOX, RS232, Write, "hangup=3", -1, P, FAILED, true, 23.2, 23.21},
     {HOX, RS232, Write, "", 3, kHoxPartial, CANCELLED, true, 20.1, 20.11},
     {HOX, RS232, Delete, "hangup=1", -1, P, FAILED, true, 0, 0.01},
+    // Through a GPIB adapter: the device or connection closing is a dead line; an instrument
+    // that never asserts EOI, or reads that bring nothing, are silence (the adapter reports no
+    // errors), the ibdev time-out covering the whole read as through the library (a reply
+    // trickling in whole within it is taken, one that is not whole by then fails).
+    {TAZ, ADAPTER, Read, "hangup=4", -1, P, FAILED, true, 0.3, 0.35},
+    {TAZ, ADAPTER, Read, "after=3,noterm", -1, P, FAILED, false, 10.3, 10.35},
+    {TAZ, ADAPTER, Read, "readfail=3", -1, P, FAILED, false, 10.3, 10.35},
+    {TAZ, ADAPTER, Read, "after=3,trickle=0.8", -1, P, FAILED, false, 10.3, 10.35},
+    {TAZ, ADAPTER, Read, "after=3,trickle=1.5", -1, P, FAILED, false, 10.3, 10.35},
+    // 64 KiB at the AR488's 115200 baud: the flood is taken to its end, never past 10 s.
+    {TAZ, ADAPTER, Read, "after=3,babble,speed", -1, P, FAILED, false, 5.7, 10.35},
+    {TAZ, ADAPTER, Read, "split=4,delay=0.5,speed=9600", -1, "", DONE, false, 4.2, 4.8},
+    {TAZ, ADAPTER, Write, "hangup=4", -1, P, FAILED, true, 0.3, 0.31},
+    {TAZ, ADAPTER, Catalogue, "after=2,garbage", -1, P, FAILED, false, 0.2, 0.25},
+    {NAV, ADAPTER, Read, "speed=2400", -1, "", DONE, false, 5.8, 6.5, 3, 97},
+    {KIP, ADAPTER, Delete, "hangup=1", -1, P, FAILED, true, 0, 0.01},
+    {DUN, ADAPTER, Read, "", 2, kReadStop, CANCELLED, true, 0, 0.01},
 };
 // clang-format on
 
 void PrintTo(const FaultRow& row, std::ostream* os) {
     static const char* kProc[] = {"catalogue", "read", "write", "delete"};
-    *os << designation(row.model) << (row.bus == GPIB ? " GPIB " : " RS-232 ")
+    static const char* kBus[] = {" RS-232 ", " GPIB ", " GPIB adapter "};
+    *os << designation(row.model) << kBus[static_cast<int>(row.bus)]
         << kProc[static_cast<int>(row.proc)] << " [" << row.faults << "]";
     if (row.cancel_after >= 0) *os << " cancelled after " << row.cancel_after;
 }
@@ -142,13 +167,20 @@ TEST_P(Faults, TellTheUserAndStopInTime) {
     Rig rig(row.model);
     const int location = location_of(row.model);
     if (row.model != HOX) rig.sim.store(location, instrument_curve(row.model, row.stored_points));
-    ASSERT_TRUE(rig.sim.faults.parse(row.faults, profile(row.model).serial.baud));
+    ASSERT_TRUE(rig.sim.faults.parse(row.faults, row.bus == ADAPTER
+                                                     ? sim::PrologixAdapter::kLinkBaud
+                                                     : profile(row.model).serial.baud));
     bool armed = false;
-    rig.connect_simulated(row.bus, [&] {
+    const auto after_write = [&] {
         if (armed && row.cancel_after > 0 && rig.sim.commands_received() >= row.cancel_after)
             rig.link.request_cancel();
-    });
-    ASSERT_EQ(rig.setup.interface, row.bus) << ::testing::PrintToString(rig.prompts.texts());
+    };
+    if (row.bus == ADAPTER)
+        rig.connect_through_adapter(after_write);
+    else
+        rig.connect_simulated(interface_of(row.bus), after_write);
+    ASSERT_EQ(rig.setup.interface, interface_of(row.bus))
+        << ::testing::PrintToString(rig.prompts.texts());
     armed = true;
     if (row.cancel_after == 0) rig.link.request_cancel();
 
@@ -206,17 +238,25 @@ INSTANTIATE_TEST_SUITE_P(Table, Faults, ::testing::ValuesIn(kRows));
 
 // A link that died says why, and the procedure after it refuses at once without a word.
 TEST(DeadLine, ReasonAndNoSecondTry) {
-    Rig rig(TAZ);
-    rig.sim.faults.hangup_after = 2;
-    rig.connect_simulated(RS232);
-    rig.load_curve({{0.1, 300}, {0.2, 200}});
-    Rig::pick(rig.picks.write, 21);
-    Rig::pick(rig.picks.remove, 21);
-    EXPECT_EQ(run_write_transfer(rig.session), FAILED);
-    EXPECT_TRUE(rig.link.line_dead());
-    EXPECT_EQ(rig.link.dead_reason(), "simulated port: the line hung up");
-    EXPECT_EQ(run_delete_transfer(rig.session), FAILED);
-    EXPECT_EQ(rig.prompts.texts(), (Log{kProblemTalking, kInvalidInterface}));
+    const std::pair<Bus, std::string> rows[] = {
+        {RS232, "simulated port: the line hung up"},
+        {ADAPTER, "GPIB adapter simulated adapter: the adapter hung up"}};
+    for (const auto& [bus, reason] : rows) {
+        Rig rig(TAZ);
+        rig.sim.faults.hangup_after = 2;
+        if (bus == ADAPTER)
+            rig.connect_through_adapter();
+        else
+            rig.connect_simulated(Interface::RS232);
+        rig.load_curve({{0.1, 300}, {0.2, 200}});
+        Rig::pick(rig.picks.write, 21);
+        Rig::pick(rig.picks.remove, 21);
+        EXPECT_EQ(run_write_transfer(rig.session), FAILED);
+        EXPECT_TRUE(rig.link.line_dead());
+        EXPECT_EQ(rig.link.dead_reason(), reason);
+        EXPECT_EQ(run_delete_transfer(rig.session), FAILED);
+        EXPECT_EQ(rig.prompts.texts(), (Log{kProblemTalking, kInvalidInterface}));
+    }
 }
 
 // A reply field that holds a number out of every integer's range is a garbled reply, not a
@@ -226,7 +266,7 @@ TEST(GarbledHeader, HugeDataFormatIsAFailureNotAnOverflow) {
         SCOPED_TRACE(header);
         Rig rig(TAZ);
         rig.answer("CRVHDR? 21", {header});
-        rig.connect(RS232);
+        rig.connect(Interface::RS232);
         Rig::pick(rig.picks.read, 21);
         EXPECT_EQ(run_read_transfer(rig.session), FAILED);
         EXPECT_EQ(rig.prompts.texts(), Log{kProblemTalking});

@@ -206,6 +206,10 @@ TEST(Catalogue, EntryTextsForEachQueryKind) {
         // A record cut before its name is ignored.
         {NAV, RS232, "CUID?", "1,   CURVE A ,x,y,11,   USER B,x,y,12,  TRUNC", {"CUID?\r\n", "pause 1.1"}, 1,
          {{1, "1 - CURVE A"}, {11, "11 - USER B"}, {12, "12"}}},
+        // A curve number that is not one or two digits names nothing (found by fuzzing: it
+        // began an entry that a later record took for another location).
+        {LUM, RS232, "CUID?", "0,   ZERO,x,y,5E-1010,   BAD,x,y,5E-TAZ,  WORSE,x,y,5,   FIVE,x,y", {"CUID?\r\n", "pause 1.1"}, 1,
+         {{0, "0 - ZERO"}, {5, "5 - FIVE"}}},
         // Names until a curve number is not above the one before.
         {KIP, RS232, "XDT", "1234 BYTES FREE,z,1,a,b, PT-100 ,2,a,b,THERMO,2,a,b,AGAIN,", {"XDT\r\n", "pause 6"}, 1,
          {{1, "1 - PT-100"}, {2, "2 - THERMO"}}},

@@ -92,6 +92,44 @@ TEST(PrologixAdapter, CarriesTheInstrumentsFaults) {
     }
 }
 
+// The line faults behind the adapter: what has arrived so many seconds after one "++read eoi",
+// EOT standing for EOI; and when the line hangs up.
+TEST(PrologixAdapter, PacesAndEndsRepliesAsTheLineFaultsSay) {
+    const std::string id = kId.substr(0, kId.size() - 2);
+    // faults, seconds, what has arrived by then
+    const std::tuple<std::string, double, std::string> rows[] = {
+        // 8N1 at 1200 baud: 8.3 ms a byte, the 34th (EOT) there at 0.283 s.
+        {"speed=1200", 0.275, kId.substr(0, 33)},
+        {"speed=1200", 0.285, kId + "\x04"},
+        {"trickle=0.5", 1.01, "TES"},
+        {"trickle=1.5", 5, "T"},  // the adapter's read ends at the first gap over 1 s
+        {"noterm", 2, id},        // no EOI, so no end mark
+        {"after=1,noterm", 2, kId + "\x04"},
+        {"after=1,delay=0.5", 0.1, kId + "\x04"},
+        {"delay=0.5", 0.45, ""},
+        {"readfail=0", 2, ""},
+        {"readfail=1", 2, kId + "\x04"},
+    };
+    for (const auto& [faults, seconds, arrived] : rows) {
+        SCOPED_TRACE(faults + " after " + std::to_string(seconds));
+        Bench b;
+        ASSERT_TRUE(b.instrument.faults.parse(faults));
+        b.talk("++mode 1\n++auto 0\n++eot_enable 1\n++eot_char 4\n++read_tmo_ms 1000\n++addr 5\n");
+        std::string out = b.talk("*IDN?\n++read eoi\n", seconds);
+        std::erase(out, '|');
+        EXPECT_EQ(out, arrived);
+        EXPECT_FALSE(b.adapter.hung_up());
+    }
+    // Hang-up after two command lines: once the second one's reply has gone out.
+    Bench b;
+    b.instrument.faults.hangup_after = 2;
+    b.talk("++mode 1\n++auto 0\n++eot_enable 1\n++eot_char 4\n++addr 5\n*IDN?\n++read eoi\n");
+    b.talk("*IDN?\n");
+    EXPECT_FALSE(b.adapter.hung_up());
+    EXPECT_EQ(b.talk("++read eoi\n"), kId + "\x04");
+    EXPECT_TRUE(b.adapter.hung_up());
+}
+
 // What --simulate hands the window: the adapters reach the one instrument of the model, on the
 // real clock as the program runs, and waiting for them sleeps instead of spinning.
 TEST(SimulatedTransports, AdaptersReachTheModelsInstrumentWithoutSpinning) {

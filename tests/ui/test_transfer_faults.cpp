@@ -37,6 +37,9 @@ bool instrument_buttons_enabled(Harness& h) {
         if (!h.find<QPushButton>(b)->isEnabled()) return false;
     return true;
 }
+bool status_says_offline(Harness& h) {
+    return h.find<QLabel>("statusText")->text().endsWith(QLatin1String("  |  offline"));
+}
 }  // namespace
 
 class TestTransferFaults : public QObject {
@@ -114,6 +117,7 @@ class TestTransferFaults : public QObject {
         QCOMPARE(shown, messages);
         QCOMPARE(instrument_buttons_enabled(h), !offline);
         QCOMPARE(h.w().setup().interface == Interface::None, offline);
+        QCOMPARE(status_says_offline(h), offline);
         QVERIFY(!h.w().write_confirmed());
         // Whatever failed, the window shows the curve it had.
         QCOMPARE(h.w().curve().breakpoint_count, before.breakpoint_count);
@@ -187,6 +191,7 @@ class TestTransferFaults : public QObject {
             (std::vector<std::string>{
                 "Writing cancelled. The instrument may now hold a partial curve.", kCancelled}));
         QVERIFY(!instrument_buttons_enabled(h));
+        QVERIFY(status_says_offline(h));
         QVERIFY(!h.w().write_confirmed());
         QCOMPARE(h.sim(InstrumentModel::HOX)->log().back(), std::string("ERASE!"));
     }

@@ -349,31 +349,61 @@ class TestWindowWork : public QObject {
 
     void title_status_and_extension_data() {
         QTest::addColumn<InstrumentModel>("model");
-        QTest::addColumn<int>("interface");  // option of the communication dialog
+        QTest::addColumn<int>("interface");   // option of the communication dialog
+        QTest::addColumn<int>("route");       // GPIB through: library, USB or Ethernet adapter
+        QTest::addColumn<QString>("faults");  // of the simulated instrument, before the set-up
         QTest::addColumn<QString>("status");
         QTest::addColumn<QString>("type");  // what a name without extension gets
-        QTest::newRow("TAZ offline")
-            << InstrumentModel::TAZ << 3 << "Model TAZ  |  no instrument interface  |  offline"
+        QTest::newRow("TAZ offline") << InstrumentModel::TAZ << 3 << 0 << ""
+                                     << "Model TAZ  |  no instrument interface  |  offline"
+                                     << "TAZ";
+        QTest::newRow("TAZ over GPIB") << InstrumentModel::TAZ << 1 << 0 << ""
+                                       << "Model TAZ  |  GPIB address 12  |  online"
+                                       << "TAZ";
+        QTest::newRow("TAZ through a USB adapter")
+            << InstrumentModel::TAZ << 1 << 1 << ""
+            << "Model TAZ  |  GPIB address 12 through USB adapter /dev/ttyS2  |  online"
             << "TAZ";
-        QTest::newRow("TAZ over GPIB")
-            << InstrumentModel::TAZ << 1 << "Model TAZ  |  GPIB address 12  |  online"
+        QTest::newRow("FEN through an Ethernet adapter")
+            << InstrumentModel::FEN << 1 << 2 << ""
+            << "Model FEN  |  GPIB address 12 through Ethernet adapter lab-gpib:1234  |  online"
             << "TAZ";
-        QTest::newRow("KIP over RS-232")
-            << InstrumentModel::KIP << 2 << "Model KIP  |  RS-232 port 1 (/dev/ttyS0)  |  online"
-            << "NAV";
-        QTest::newRow("HOX offline")
-            << InstrumentModel::HOX << 3 << "Model HOX  |  no instrument interface  |  offline"
-            << "HOX";
+        QTest::newRow("FEN set-up failed") << InstrumentModel::FEN << 1 << 0 << "silent"
+                                           << "Model FEN  |  GPIB address 12  |  offline"
+                                           << "TAZ";
+        QTest::newRow("TAZ over RS-232") << InstrumentModel::TAZ << 2 << 0 << ""
+                                         << "Model TAZ  |  RS-232 port 1 (/dev/ttyS0)  |  online"
+                                         << "TAZ";
+        QTest::newRow("KIP offline") << InstrumentModel::KIP << 3 << 0 << ""
+                                     << "Model KIP  |  no instrument interface  |  offline"
+                                     << "NAV";
+        QTest::newRow("HOX offline") << InstrumentModel::HOX << 3 << 0 << ""
+                                     << "Model HOX  |  no instrument interface  |  offline"
+                                     << "HOX";
     }
     void title_status_and_extension() {
         QFETCH(InstrumentModel, model);
         QFETCH(int, interface);
+        QFETCH(int, route);
+        QFETCH(QString, faults);
         QFETCH(QString, status);
         QFETCH(QString, type);
         Harness h;
-        QVERIFY(h.start(model, interface));
+        QVERIFY(h.transports.instrument(model).faults.parse(faults.toStdString()));
+        h.script.expect("instrumentselection", choose_model(model))
+            .expect("communication", [&](QDialog& d) {
+                child<QComboBox>(d, "Combo4")->setCurrentIndex(route);
+                child<QComboBox>(d, "Combo5")->setCurrentIndex(2);
+                child<QLineEdit>(d, "Text1")->setText(QStringLiteral("lab-gpib"));
+                return choose_interface(interface, false)(d);
+            });
+        const bool online = status.endsWith(QLatin1String("online"));
+        if (online) h.script.expect("wait", run_timed());
+        QVERIFY(h.w().Form_Load());
         auto* line = h.find<QStatusBar>("statusLine");
         QCOMPARE(h.find<QLabel>("statusText")->text(), status);
+        QCOMPARE(h.prompts.shown.empty(), faults.isEmpty());  // the set-up's own message
+        h.prompts.shown.clear();
         QCOMPARE(h.w().windowTitle(), title(model));
         const QString file = QStringLiteral("CURVE1.") + type;
         h.files.push_back(write_model_curve(
@@ -383,7 +413,7 @@ class TestWindowWork : public QObject {
         QCOMPARE(h.w().windowTitle(), title(model, " - " + file));
         activate(h.window.get());
         QVERIFY(line->isVisible());
-        if (QTest::currentDataTag() == QLatin1String("KIP over RS-232"))
+        if (QTest::currentDataTag() == QLatin1String("FEN through an Ethernet adapter"))
             check_fits(h.w(), QStringLiteral("window-main-status-line"));
         type_and_leave(cell(h, 11), "401");
         QCOMPARE(h.w().windowTitle(), title(model, " - " + file + "*"));
@@ -396,16 +426,20 @@ class TestWindowWork : public QObject {
         QCOMPARE(h.w().windowTitle(),
                  title(model, QStringLiteral(" - NEW%1.").arg(interface) + type));
 
-        if (interface == 3) return;
+        if (!online) return;
         h.script.expect("pickreadcurve", pick(1)).expect("readcurve", run_timed());
         h.w().Command3_Click();
-        QCOMPARE(h.w().windowTitle(), title(model, " - Instrument curve 1"));
-        // The link goes away (a cable pulled): the status line says so when told.
-        h.w().link().close();
-        h.w().update_status_line();
+        QVERIFY(h.w().windowTitle().startsWith(title(model, " - Instrument curve ")));
+        QVERIFY(h.prompts.shown.empty());
+        // The line goes away after the first reply of the next read (a cable pulled): the
+        // status line says so.
+        sim::Instrument* sim = h.sim(model);
+        sim->faults.hangup_after = sim->commands_received() + 1;
+        h.script.expect("pickreadcurve", pick(1)).expect("readcurve", run_timed());
+        h.w().Command3_Click();
+        QCOMPARE(h.prompts.shown.size(), std::size_t(2));  // the failure, then offline
         QCOMPARE(h.find<QLabel>("statusText")->text(),
                  status.replace(QLatin1String("online"), QLatin1String("offline")));
-        QVERIFY(h.prompts.shown.empty());
     }
 
     void dropped_files() {

@@ -24,8 +24,8 @@
 #include "curve/model_profile.h"
 #include "kelvara_version.h"
 #include "link/clock.h"
-#include "sim/adapter_server.h"
 #include "link/serial_port.h"
+#include "sim/adapter_server.h"
 #include "sim/instrument.h"
 #include "sim/prologix_adapter.h"
 #include "sim/pty_server.h"
@@ -56,7 +56,7 @@ constexpr const char* kUsage =
     "                     silent        hears everything, answers nothing\n"
     "                     cut=N         silence after N command lines\n"
     "                     hangup=N      the line hangs up after N command lines (the terminal\n"
-    "                                   closes)\n"
+    "                                   or the adapter's connection closes)\n"
     "                     garbage       replies replaced by printable bytes without a comma\n"
     "                     noterm        replies without their line end\n"
     "                     babble        replies that never end\n"
@@ -64,10 +64,12 @@ constexpr const char* kUsage =
     "                     split=N       replies arrive in N pieces\n"
     "                     delay=SEC     replies start after SEC seconds\n"
     "                     after=N       the reply faults above start after N command lines\n"
-    "                     speed[=BAUD]  replies leave at the model's (or this) line speed\n"
+    "                     speed[=BAUD]  replies leave at the model's (or this) line speed;\n"
+    "                                   behind an adapter, at its link's 115200 baud (or BAUD)\n"
     "                     busy=N        \"BUSY?\" answers busy N times after a save\n"
     "                                   (busy=forever)\n"
-    "                     readfail=N    GPIB reads fail after N good ones (simulated library)\n"
+    "                     readfail=N    GPIB reads fail after N good ones (simulated library;\n"
+    "                                   an adapter's reads bring nothing)\n"
     "                     corrupt=N     point N of every curve written is stored 1 K off\n"
     "                     corrupt=header\n"
     "                                   the curve name (older models: the header field; HOX:\n"
@@ -123,6 +125,9 @@ int serve_adapter(kelvara::sim::Instrument& instrument, kelvara::sim::StateKeepe
               << " behind a GPIB adapter on " << server.address() << "; interrupt to stop\n";
     server.serve();
     running_adapter = nullptr;
+    if (server.hung_up())
+        std::cerr << "kelvara-sim: the adapter hung up after " << instrument.commands_received()
+                  << " command lines\n";
     if (!link_path.empty()) ::unlink(link_path.c_str());
     return 0;
 }
@@ -184,7 +189,10 @@ int main(int argc, char** argv) {
     kelvara::sim::Instrument instrument(*model);
     if (!identity.empty()) instrument.set_identity(identity);
     const kelvara::SerialSettings line = kelvara::profile(*model).serial;
-    if (!instrument.faults.parse(faults, line.baud)) {
+    // Behind an adapter the line to the program is the adapter's, not the instrument's.
+    const bool adapter = prologix || prologix_tcp;
+    if (!instrument.faults.parse(faults,
+                                 adapter ? kelvara::sim::PrologixAdapter::kLinkBaud : line.baud)) {
         std::cerr << "kelvara-sim: cannot understand --faults " << faults << "\n";
         return 2;
     }
@@ -195,7 +203,7 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    if (prologix || prologix_tcp) return serve_adapter(instrument, state, prologix_tcp, link_path);
+    if (adapter) return serve_adapter(instrument, state, prologix_tcp, link_path);
 
     kelvara::sim::PtyServer server(instrument);
     server.bits_per_character = 1 + line.data_bits + (line.parity == 'N' ? 0 : 1) + line.stop_bits;

@@ -1,5 +1,7 @@
 #include "link/qt/qt_serial_stream.h"
 
+#include <poll.h>
+
 #include <cmath>
 
 namespace kelvara {
@@ -21,6 +23,7 @@ std::string QtSerialStream::where() const {
 
 bool QtSerialStream::open() {
     close();
+    dead_ = false;
     if (device_.empty()) {
         error_ = "no such serial port on this machine";
         return false;
@@ -49,7 +52,17 @@ void QtSerialStream::close() {
 
 bool QtSerialStream::is_open() const {
     // An unplugged adapter shows as a resource error while the port object stays open.
-    return port_.isOpen() && port_.error() != QSerialPort::ResourceError;
+    return port_.isOpen() && !dead_ && port_.error() != QSerialPort::ResourceError;
+}
+
+void QtSerialStream::check_line() {
+    // A device that hung up or was pulled reads as end-of-file and every wait on it returns at
+    // once: without this the reader would spin until its time-out and take it for silence.
+    pollfd fd{static_cast<int>(port_.handle()), POLLIN, 0};
+    if (fd.fd >= 0 && ::poll(&fd, 1, 0) == 1 && (fd.revents & (POLLHUP | POLLERR | POLLNVAL))) {
+        dead_ = true;
+        error_ = "the line hung up or the device was removed";
+    }
 }
 
 bool QtSerialStream::write(const std::string& bytes) {
@@ -57,11 +70,13 @@ bool QtSerialStream::write(const std::string& bytes) {
     if (port_.write(bytes.data(), static_cast<qint64>(bytes.size())) !=
         static_cast<qint64>(bytes.size())) {
         error_ = port_.errorString().toStdString();
+        check_line();
         return false;
     }
     while (port_.bytesToWrite() > 0)
         if (!port_.waitForBytesWritten(kWriteWaitMs)) {
             error_ = port_.errorString().toStdString();
+            check_line();
             return false;
         }
     return true;
@@ -69,8 +84,9 @@ bool QtSerialStream::write(const std::string& bytes) {
 
 std::string QtSerialStream::read(double wait_seconds) {
     if (!is_open()) return {};
-    if (port_.bytesAvailable() == 0)
-        port_.waitForReadyRead(static_cast<int>(std::lround(wait_seconds * 1000)));
+    if (port_.bytesAvailable() == 0 &&
+        !port_.waitForReadyRead(static_cast<int>(std::lround(wait_seconds * 1000))))
+        check_line();
     const QByteArray data = port_.readAll();
     return std::string(data.constData(), static_cast<std::size_t>(data.size()));
 }

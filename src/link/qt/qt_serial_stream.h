@@ -27,7 +27,10 @@ class QtSerialStream : public ByteStream {
     static constexpr int kBaud = 115200;
 
   private:
+    void check_line();
+
     QSerialPort port_;
+    bool dead_ = false;
     std::string device_;
     int port_number_;
     std::string error_;
