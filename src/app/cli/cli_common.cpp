@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include "curve/code_page.h"
 #include "curve/number_format.h"
 
 namespace kelvara::cli {
@@ -69,33 +70,34 @@ std::optional<std::string> take_model_option(Args& args, InstrumentModel& model)
     return "--model M is required";
 }
 
+// Names and serial numbers are code-page bytes: each character outside ASCII goes out as its
+// \u escape, so the JSON is valid whatever the file held and shows what the window shows.
 std::string json_string(std::string_view text) {
     std::string out = "\"";
-    for (char ch : text) {
-        auto c = static_cast<unsigned char>(ch);
+    for (char16_t c : code_page_text(text)) {
         switch (c) {
-            case '"':
+            case u'"':
                 out += "\\\"";
                 break;
-            case '\\':
+            case u'\\':
                 out += "\\\\";
                 break;
-            case '\n':
+            case u'\n':
                 out += "\\n";
                 break;
-            case '\r':
+            case u'\r':
                 out += "\\r";
                 break;
-            case '\t':
+            case u'\t':
                 out += "\\t";
                 break;
             default:
                 if (c < 0x20 || c >= 0x7f) {
                     char buf[8];
-                    std::snprintf(buf, sizeof buf, "\\u%04x", c);
+                    std::snprintf(buf, sizeof buf, "\\u%04x", static_cast<unsigned>(c));
                     out += buf;
                 } else {
-                    out += ch;
+                    out += static_cast<char>(c);
                 }
         }
     }
