@@ -78,8 +78,8 @@ void SimulatedTransports::attach(InstrumentLink& link, const SetupChoices& choic
         link.set_gpib_driver(std::make_unique<SimGpibDriver>(simulated, clock));
         return;
     }
-    const char* where = choices.gpib_route == GpibRoute::UsbAdapter ? "simulated USB adapter"
-                                                                    : "simulated Ethernet adapter";
+    const char* where =
+        choices.gpib_route == GpibRoute::UsbAdapter ? "(simulated, USB)" : "(simulated, Ethernet)";
     link.set_gpib_driver(std::make_unique<PrologixDriver>(
         std::make_unique<SimAdapterStream>(adapter(choices.model, clock), clock, where), clock));
 }
