@@ -41,6 +41,12 @@ inline Log script(const std::string& text, const std::string& n = "", const std:
     return out;
 }
 
+// The first location a curve is written to; the HOX's one curve.
+inline int user_location(InstrumentModel m) {
+    const auto& w = profile(m).write_locations;
+    return w.empty() ? sim::Instrument::kHoxLocation : w.front();
+}
+
 // Once recording: every byte sent and every pause ("pause 0.1"), in order.
 class TimelineClock : public VirtualClock {
   public:
@@ -166,46 +172,40 @@ struct Rig {
             return r + "\r\n";
         };
     }
-    // Opens the link, then starts recording.
-    void connect(Interface i) {
-        if (i == Interface::GPIB) {
-            auto g = std::make_unique<LoggedGpib>(sim, clock);
-            gpib = g.get();
-            link.set_gpib_driver(std::move(g));
-            link.setup_488(setup);
-        } else if (i == Interface::RS232) {
-            link.set_serial_port(std::make_unique<FakeSerial>(clock, respond));
-            link.setup_rs232(setup);
-        } else {
-            setup.interface = Interface::None;
-        }
-        clock.recording = true;
-        clock.pauses.clear();
-    }
-    // Opens the link through the simulated instrument's own serial port or GPIB driver, so that
-    // its line faults reach the link as a real line's would; `after_write` runs after every
-    // command written.
-    void connect_simulated(
-        Interface i, std::function<void()> after_write = [] {}) {
+    // Opens the link, then starts recording. Over RS-232 the replies of answer() come first,
+    // unless `own_line`: then the simulated instrument's own serial port carries its line faults
+    // to the link as a real line's would. `after_write` runs after every command written (GPIB,
+    // and RS-232 with `own_line`).
+    void connect(
+        Interface i, bool own_line = false, std::function<void()> after_write = [] {}) {
         if (i == Interface::GPIB) {
             auto g = std::make_unique<LoggedGpib>(sim, clock);
             gpib = g.get();
             g->after_write = after_write;
             link.set_gpib_driver(std::move(g));
             link.setup_488(setup);
-        } else {
-            link.set_serial_port(std::make_unique<HookedSerial>(sim, clock, after_write));
+        } else if (i == Interface::RS232) {
+            if (own_line)
+                link.set_serial_port(std::make_unique<HookedSerial>(sim, clock, after_write));
+            else
+                link.set_serial_port(std::make_unique<FakeSerial>(clock, respond));
             link.setup_rs232(setup);
+        } else {
+            setup.interface = Interface::None;
         }
-        clock.recording = true;
-        clock.pauses.clear();
+        start_recording();
     }
-    // As connect_simulated, over GPIB through the adapter driver and a simulated adapter.
+    // As connect, over GPIB through the adapter driver and a simulated adapter, whose record of
+    // the bus then starts empty as well.
     void connect_through_adapter(std::function<void()> after_write = [] {}) {
         adapter = std::make_unique<sim::PrologixAdapter>(sim, clock);
         link.set_gpib_driver(std::make_unique<PrologixDriver>(
             std::make_unique<HookedAdapterStream>(*adapter, clock, after_write), clock));
         link.setup_488(setup);
+        adapter->bus.clear();
+        start_recording();
+    }
+    void start_recording() {
         clock.recording = true;
         clock.pauses.clear();
     }

@@ -131,25 +131,6 @@ void PrintTo(const FaultRow& row, std::ostream* os) {
     if (row.cancel_after >= 0) *os << " cancelled after " << row.cancel_after;
 }
 
-// Where each model keeps the curve the rows read, write and erase.
-int location_of(InstrumentModel m) {
-    switch (m) {
-        case KOR:
-        case LUM:
-        case NAV:
-            return 11;
-        case KIP:
-            return 4;
-        case DUN:
-        case ELK:
-            return 6;
-        case HOX:
-            return sim::Instrument::kHoxLocation;
-        default:
-            return 21;
-    }
-}
-
 sim::SimCurve instrument_curve(InstrumentModel m, int points) {
     sim::SimCurve c{"INSTR", "S1", "", "2", "375", "1", {}};
     const auto set = profile(m).catalogue;
@@ -165,7 +146,7 @@ class Faults : public ::testing::TestWithParam<FaultRow> {};
 TEST_P(Faults, TellTheUserAndStopInTime) {
     const FaultRow& row = GetParam();
     Rig rig(row.model);
-    const int location = location_of(row.model);
+    const int location = user_location(row.model);
     if (row.model != HOX) rig.sim.store(location, instrument_curve(row.model, row.stored_points));
     ASSERT_TRUE(rig.sim.faults.parse(row.faults, row.bus == ADAPTER
                                                      ? sim::PrologixAdapter::kLinkBaud
@@ -178,7 +159,7 @@ TEST_P(Faults, TellTheUserAndStopInTime) {
     if (row.bus == ADAPTER)
         rig.connect_through_adapter(after_write);
     else
-        rig.connect_simulated(interface_of(row.bus), after_write);
+        rig.connect(interface_of(row.bus), true, after_write);
     ASSERT_EQ(rig.setup.interface, interface_of(row.bus))
         << ::testing::PrintToString(rig.prompts.texts());
     armed = true;
@@ -225,9 +206,7 @@ TEST_P(Faults, TellTheUserAndStopInTime) {
         EXPECT_EQ(rig.views.graphs, 1);
     } else {
         // Nothing but a whole read changes the window's curve and header.
-        EXPECT_EQ(rig.curve.breakpoint_count, curve_before.breakpoint_count);
-        EXPECT_EQ(rig.curve.sensor_units, curve_before.sensor_units);
-        EXPECT_EQ(rig.curve.temperatures, curve_before.temperatures);
+        EXPECT_EQ(rig.curve, curve_before);
         EXPECT_EQ(rig.header.name, header_before.name);
         EXPECT_EQ(rig.header.serial_number, header_before.serial_number);
         EXPECT_EQ(rig.views.graphs + rig.views.grids, 0);
@@ -247,7 +226,7 @@ TEST(DeadLine, ReasonAndNoSecondTry) {
         if (bus == ADAPTER)
             rig.connect_through_adapter();
         else
-            rig.connect_simulated(Interface::RS232);
+            rig.connect(Interface::RS232, true);
         rig.load_curve({{0.1, 300}, {0.2, 200}});
         Rig::pick(rig.picks.write, 21);
         Rig::pick(rig.picks.remove, 21);

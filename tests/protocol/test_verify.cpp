@@ -20,11 +20,6 @@ using enum InstrumentModel;
 using enum CheckOutcome;
 namespace fs = std::filesystem;
 
-int user_location(InstrumentModel m) {
-    const auto& w = profile(m).write_locations;
-    return w.empty() ? sim::Instrument::kHoxLocation : w.front();
-}
-
 // The window's curve for a model: six points (a platinum resistor for the KIP, so that its
 // write scales the ohms by 1/100; temperatures below 1 K for the WUN); the HOX's 192 grid
 // temperatures.
@@ -118,7 +113,7 @@ TEST_P(Verify, ReadsBackAndSaysWhatDiffers) {
     const VerifyRow& row = GetParam();
     Rig rig(row.model);
     ASSERT_TRUE(rig.sim.faults.parse(row.faults));
-    rig.connect_simulated(row.bus);
+    rig.connect(row.bus, true);
     load_window_curve(rig, row.model);
     pick_everywhere(rig, user_location(row.model));
     ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done)
@@ -150,7 +145,7 @@ TEST(Compare, OpenCurveAgainstALocationAsAWriteWouldSendIt) {
     for (const InstrumentModel m : {KIP, TAZ}) {
         SCOPED_TRACE(designation(m));
         Rig rig(m);
-        rig.connect_simulated(RS232);
+        rig.connect(RS232, true);
         load_window_curve(rig, m);
         pick_everywhere(rig, user_location(m));
         ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done);
@@ -226,7 +221,7 @@ class BackUp : public ::testing::TestWithParam<RoundTrip> {};
 TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
     const RoundTrip& row = GetParam();
     Rig rig(row.model);
-    rig.connect_simulated(row.bus);
+    rig.connect(row.bus, true);
     for (std::size_t k = 0; k < row.locations.size(); ++k) {
         load_window_curve(rig, row.model, static_cast<int>(k));
         rig.header.name += std::to_string(k);
@@ -286,7 +281,7 @@ INSTANTIATE_TEST_SUITE_P(Table, BackUp, ::testing::Values(
 // What the backup and the restore refuse or cannot promise.
 TEST(BackUp, RefusesAnOlderBackupAndSaysWhatWillNotComeBack) {
     Rig rig(NAV);
-    rig.connect_simulated(RS232);
+    rig.connect(RS232, true);
     load_window_curve(rig, NAV);
     // Name and serial number together shorter than the instrument's 9-character name field:
     // the reader sees one name and "no number", which a write sends back differently.
