@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <locale>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "curve/code_page.h"
 #include "curve/curve_record.h"
 #include "curve/header_fields.h"
 #include "curve/next_field.h"
@@ -59,6 +61,27 @@ TEST(FormatNoLocale, PictureRules) {
     }
     EXPECT_DOUBLE_EQ(parse_leading_number("1.5"), 1.5);
     std::locale::global(saved);
+}
+
+// Windows-1252 both ways: 0x80 to 0x9F as the code page assigns them (its five holes as the
+// control characters of their numbers), every other byte as the Latin-1 character of its number.
+TEST(CodePage, Windows1252BothWays) {
+    const std::u16string high =
+        u"\u20ac\x81\u201a\u0192\u201e\u2026\u2020\u2021\u02c6\u2030\u0160\u2039\u0152\x8d\u017d"
+        u"\x8f"
+        u"\x90\u2018\u2019\u201c\u201d\u2022\u2013\u2014\u02dc\u2122\u0161\u203a\u0153\x9d\u017e"
+        u"\u0178";
+    std::string all;
+    for (int b = 0; b < 256; ++b) all.push_back(static_cast<char>(b));
+    const std::u16string text = code_page_text(all);
+    ASSERT_EQ(text.size(), 256u);
+    for (int b = 0; b < 256; ++b) {
+        SCOPED_TRACE(b);
+        EXPECT_EQ(text[b], b >= 0x80 && b < 0xA0 ? high[b - 0x80] : static_cast<char16_t>(b));
+        EXPECT_EQ(code_page_byte(text[b]), static_cast<char>(b));
+    }
+    for (const char16_t c : {u'\x80', u'\x9f', u'\u0100', u'\u20ad'})
+        EXPECT_EQ(code_page_byte(c), std::nullopt);
 }
 
 TEST(PictureChoosers, Thresholds) {
