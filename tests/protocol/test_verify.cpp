@@ -79,7 +79,6 @@ const std::string kSerial = R"(serial number: sent "SN42", instrument holds "SN4
 // clang-format off
 const VerifyRow kVerifyRows[] = {
     // Header/point: the header fields as sent (quotes off for the RIL), each point's texts.
-    {TAZ, GPIB, "", Agree, {}},
     {TAZ, RS232, "corrupt=5", Differ,
      {"point 5: sent .500000, 260.000; instrument holds .500000, 261.000"}},
     {TAZ, GPIB, "corrupt=header", Differ, {kName}},
