@@ -174,7 +174,6 @@ TEST(HeaderFields, StartUpStateOfRepresentativeModels) {
           "Log Ohms vs. Log Kelvin"},
          "",
          false},
-        {M::DAL, {"Volts vs. Kelvin", "Ohms vs. Kelvin", "Log Ohms vs. Kelvin"}, "", false},
         {M::HOX, {"Log Ohms vs. Kelvin"}, "", false},
         {M::KOR,
          {"No Conversion", "Ohms/100 (e.g., Platinum)", "(MilliVolts+15)*100 (e.g., Thermocouple)"},

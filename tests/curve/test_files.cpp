@@ -80,7 +80,6 @@ TEST(Files, LayoutsAndRoundTrips) {
         {"h2.DUN", dun_curve("", "", 1, 2, ""), "XC06,X10no name  no num" + dun_points, true},
         {"h3.dun", dun_curve("N", "SERIAL-LONG", 3, 1, ""), "XC06,S30N        SERIAL" + dun_points,
          true},
-        {"h4.dun", dun_curve("N", "7", 4, 1, ""), "XC06,S40N             7" + dun_points, true},
         // A curve without points is written with an empty count, which reads back as 0 points.
         {"e.taz", empty,
          "Sensor Model:   no name\r\nSerial Number:  no number\r\n"

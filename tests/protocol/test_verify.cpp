@@ -85,7 +85,6 @@ const VerifyRow kVerifyRows[] = {
     {TAZ, RS232, "droplast", Differ, {"point 6: sent .600000, 250.000; instrument holds no point"}},
     {TAZ, GPIB, "exponent", Agree, {}},
     {QUA_RIL, RS232, "corrupt=header", Differ, {kName}},
-    {DAL, RS232, "droplast", Differ, {"point 6: sent .600000, 250.000; instrument holds no point"}},
     {WUN, GPIB, "exponent", Agree, {}},
     {TAZ, RS232, "", ReadFailed, {kProblemTalking}, true},
     // KCUR/CURV and XK/XC: the header field as the reader takes it apart, the scaled points.
