@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "curve/files.h"
@@ -188,40 +189,15 @@ TEST(Files, TabsStayAndTinyNegativesKeepTheirSign) {
         double temperature_back;  // of -0.0000001
     };
     const double tiny = -0.0000001;
+    // clang-format off
     const std::vector<Row> rows = {
-        {M::TAZ,
-         "t.taz",
-         {"Sensor Model:   \t N \t", "Serial Number:   \tS1\t ",
-          "SetPoint Limit: -0.0      (Kelvin)", "  1  -1.00000e-07   -1.00000e-07"},
-         "\t N \t",
-         "\tS1\t",
-         tiny},
-        {M::TAZ,
-         "t.tza",
-         {"Name: \t N \t", "Serial number:  \tS1\t ", "Limit: -.00", "Point 1: -.000000,-0.000"},
-         "\t N \t",
-         "\tS1\t",
-         0},
-        {M::NAV,
-         "t.nav",
-         {"Sensor Model:   \t N \t", "Serial Number:   \tS1\t ",
-          "  1  -0.00000       -1.00000e-07"},
-         "\t N \t",
-         "\tS1\t",
-         tiny},
-        {M::DUN,
-         "t.dun",
-         {"XC06,S29\t N \t     \tS1\t ,-0.00000,-.0,0.50000,77.40*"},
-         "\t N \t    ",
-         " \tS1\t ",
-         0},
-        {M::HOX,
-         "t.hox",
-         {" \tS1\t ", "-0.00,-.000", "0.50, 77.350"},
-         "",
-         " \tS1\t ",
-         UNUSED_POINT},
+        {M::TAZ, "t.taz", {"Sensor Model:   \t N \t", "Serial Number:   \tS1\t ", "SetPoint Limit: -0.0      (Kelvin)", "  1  -1.00000e-07   -1.00000e-07"}, "\t N \t", "\tS1\t", tiny},
+        {M::TAZ, "t.tza", {"Name: \t N \t", "Serial number:  \tS1\t ", "Limit: -.00", "Point 1: -.000000,-0.000"}, "\t N \t", "\tS1\t", 0},
+        {M::NAV, "t.nav", {"Sensor Model:   \t N \t", "Serial Number:   \tS1\t ", "  1  -0.00000       -1.00000e-07"}, "\t N \t", "\tS1\t", tiny},
+        {M::DUN, "t.dun", {"XC06,S29\t N \t     \tS1\t ,-0.00000,-.0,0.50000,77.40*"}, "\t N \t    ", " \tS1\t ", 0},
+        {M::HOX, "t.hox", {" \tS1\t ", "-0.00,-.000", "0.50, 77.350"}, "", " \tS1\t ", UNUSED_POINT},
     };
+    // clang-format on
     Scratch dir;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.file);
@@ -247,36 +223,32 @@ TEST(Files, TabsStayAndTinyNegativesKeepTheirSign) {
 }
 
 TEST(Files, DispatchByTheLastThreeCharacters) {
-    struct Row {
-        M model;
-        const char* file;
-        const char* message;  // nullptr: the file is read and written
-    };
     const char* taz_msg = "Wrong file type. Must use file with '.TAZ' or '.TZA' extension.";
     const char* nav_msg = "Wrong file type. Must use file with '.NAV' or '.DUN' extension.";
     const char* hox_msg = "Wrong file type. Must use file with '.HOX' extension.";
-    const Row rows[] = {
+    // nullptr: the file is read and written
+    const std::tuple<M, const char*, const char*> rows[] = {
         {M::GIR, "curveTAZ", nullptr},  {M::TAZ, "curve.nav", taz_msg},
         {M::TAZ, "ZA", taz_msg},        {M::ELK, "curve.Dun", nullptr},
         {M::NAV, "curve.taz", nav_msg}, {M::HOX, "curve2.taz", hox_msg},
         {M::HOX, "x.HoX", nullptr},
     };
     Scratch dir;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.file);
-        Window w = small_curve(row.model);
+    for (const auto& [model, file, message] : rows) {
+        SCOPED_TRACE(file);
+        Window w = small_curve(model);
         w.fields.thermocouple = true;
         RecordingPrompts prompts;
-        EXPECT_EQ(write_from(w, dir.path(row.file), prompts), row.message ? WrongType : Done);
-        EXPECT_EQ(dir.exists(row.file), !row.message);  // nothing written for the wrong type
-        if (row.message) dir.put(row.file, "not read at all");
-        Window fresh(row.model);
+        EXPECT_EQ(write_from(w, dir.path(file), prompts), message ? WrongType : Done);
+        EXPECT_EQ(dir.exists(file), !message);  // nothing written for the wrong type
+        if (message) dir.put(file, "not read at all");
+        Window fresh(model);
         const Window before = fresh;
-        EXPECT_EQ(read_into(fresh, dir.path(row.file), prompts), row.message ? WrongType : Done);
+        EXPECT_EQ(read_into(fresh, dir.path(file), prompts), message ? WrongType : Done);
         std::vector<std::string> expected;
-        if (row.message) expected = {row.message, row.message};
+        if (message) expected = {message, message};
         EXPECT_EQ(prompts.texts(), expected);
-        EXPECT_TRUE(!row.message || fresh.state() == before.state());
+        EXPECT_TRUE(!message || fresh.state() == before.state());
     }
 }
 
