@@ -115,27 +115,6 @@ TEST(FileLineEnds, FilesFromEverySystemReadAlike) {
 // How the reason of a failed read is provoked.
 enum class Input { Bytes, Missing, Folder, Fifo, Device };
 
-void make_input(const Scratch& dir, const std::string& name, Input input,
-                const std::string& bytes) {
-    const std::string path = dir.path(name);
-    switch (input) {
-        case Input::Bytes:
-            dir.put(name, bytes);
-            break;
-        case Input::Missing:
-            break;
-        case Input::Folder:
-            fs::create_directory(path);
-            break;
-        case Input::Fifo:
-            ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-            break;
-        case Input::Device:
-            fs::create_symlink("/dev/zero", path);
-            break;
-    }
-}
-
 // Only the .DUN and .HOX readers also tell the user.
 TEST(FileReasons, EveryFailedReadSaysWhy) {
     struct Row {
@@ -147,6 +126,7 @@ TEST(FileReasons, EveryFailedReadSaysWhy) {
     };
     const std::string head = "Name: x\r\nSerial: y\r\nFormat: 3\r\nLimit: 475\r\nCoeff: 2\r\n";
     const std::string big(file_io::kMaxCurveFileBytes + 1, '\n');
+    // clang-format off
     const std::vector<Row> rows = {
         {M::TAZ, "missing.taz", Input::Missing, "", "No such file or directory"},
         {M::TAZ, "folder.taz", Input::Folder, "", "Is a directory"},
@@ -154,57 +134,43 @@ TEST(FileReasons, EveryFailedReadSaysWhy) {
         {M::HOX, "zero.hox", Input::Device, "", "not a regular file"},
         {M::TAZ, "big.tza", Input::Bytes, big, "larger than any curve file (over 1024 kB)"},
         {M::TAZ, "count.taz", Input::Bytes, head + "Count: three\r\n", "line 6: not a number"},
-        {M::TAZ, "format.taz", Input::Bytes, "junk\r\n" + replace_all(head, "3", "III"),
-         "line 4: not a number"},
-        {M::TAZ, "coefficient.tza", Input::Bytes, replace_all(head, "2", "two"),
-         "line 5: not a number"},
-        {M::TAZ, "huge format.tza", Input::Bytes, replace_all(head, "3", "3e10"),
-         "line 3: number out of range"},
+        {M::TAZ, "format.taz", Input::Bytes, "junk\r\n" + replace_all(head, "3", "III"), "line 4: not a number"},
+        {M::TAZ, "coefficient.tza", Input::Bytes, replace_all(head, "2", "two"), "line 5: not a number"},
+        {M::TAZ, "huge format.tza", Input::Bytes, replace_all(head, "3", "3e10"), "line 3: number out of range"},
         // The .NAV layout has its data format on the fifth line.
-        {M::NAV, "nav format.nav", Input::Bytes, replace_all(head, "2", "x") + "Count: 1\r\n",
-         "line 5: not a number"},
-        {M::TAZ, "header only.taz", Input::Bytes, "Name: x\nSerial: y\n",
-         "the file ends before its points"},
-        {M::TAZ, "short.taz", Input::Bytes, head + "Count: 3\r\n\r\n  1 1 1\r\n  2 2 2\r\n",
-         "the file ends before its points"},
-        {M::NAV, "short.nav", Input::Bytes, head + "Count: 2\r\n",
-         "the file ends before its points"},
-        {M::TAZ, "201.taz", Input::Bytes, head + "Count: 201\r\n",
-         "line 6: more points than the model holds"},
-        {M::TAZ, "1e12.taz", Input::Bytes, head + "Count: 1e12\r\n",
-         "line 6: more points than the model holds"},
-        {M::TAZ, "negative.taz", Input::Bytes, head + "Count: -1\r\n",
-         "line 6: the number of points is negative"},
-        {M::TAZ, "201.tza", Input::Bytes, head + repeat("Point 1: 1,1\r\n", 201),
-         "line 206: more points than the model holds"},
-        {M::NAV, "98.nav", Input::Bytes, head + "Count: 98\r\n" + repeat(" 1 1 1\r\n", 98),
-         "line 6: more points than the model holds"},
-        {M::ELK, "98.dun", Input::Bytes, "XC06,L00N" + repeat(",1,1", 98) + "*",
-         "line 1: more points than the model holds"},
-        {M::HOX, "193.hox", Input::Bytes, "S\n" + repeat("1,1\n", 193),
-         "line 194: more points than the model holds"},
+        {M::NAV, "nav format.nav", Input::Bytes, replace_all(head, "2", "x") + "Count: 1\r\n", "line 5: not a number"},
+        {M::TAZ, "header only.taz", Input::Bytes, "Name: x\nSerial: y\n", "the file ends before its points"},
+        {M::TAZ, "short.taz", Input::Bytes, head + "Count: 3\r\n\r\n  1 1 1\r\n  2 2 2\r\n", "the file ends before its points"},
+        {M::NAV, "short.nav", Input::Bytes, head + "Count: 2\r\n", "the file ends before its points"},
+        {M::TAZ, "201.taz", Input::Bytes, head + "Count: 201\r\n", "line 6: more points than the model holds"},
+        {M::TAZ, "1e12.taz", Input::Bytes, head + "Count: 1e12\r\n", "line 6: more points than the model holds"},
+        {M::TAZ, "negative.taz", Input::Bytes, head + "Count: -1\r\n", "line 6: the number of points is negative"},
+        {M::TAZ, "201.tza", Input::Bytes, head + repeat("Point 1: 1,1\r\n", 201), "line 206: more points than the model holds"},
+        {M::NAV, "98.nav", Input::Bytes, head + "Count: 98\r\n" + repeat(" 1 1 1\r\n", 98), "line 6: more points than the model holds"},
+        {M::ELK, "98.dun", Input::Bytes, "XC06,L00N" + repeat(",1,1", 98) + "*", "line 1: more points than the model holds"},
+        {M::HOX, "193.hox", Input::Bytes, "S\n" + repeat("1,1\n", 193), "line 194: more points than the model holds"},
         {M::DUN, "empty.dun", Input::Bytes, "\xEF\xBB\xBF", "the file is empty"},
-        {M::DUN, "comma.dun", Input::Bytes, "XC06,L00NAME\r\n",
-         "line 1: no ',' after the header field"},
-        {M::DUN, "star.dun", Input::Bytes, "XC06,L00NAME,1,2\r\n",
-         "line 1: no '*' after the points"},
-        {M::DUN, "odd.dun", Input::Bytes, "XC06,L00NAME,1,2,3*\r\n",
-         "line 1: a point has no temperature"},
+        {M::DUN, "comma.dun", Input::Bytes, "XC06,L00NAME\r\n", "line 1: no ',' after the header field"},
+        {M::DUN, "star.dun", Input::Bytes, "XC06,L00NAME,1,2\r\n", "line 1: no '*' after the points"},
+        {M::DUN, "odd.dun", Input::Bytes, "XC06,L00NAME,1,2,3*\r\n", "line 1: a point has no temperature"},
         {M::HOX, "empty.hox", Input::Bytes, "", "the file is empty"},
-        {M::HOX, "comma.hox", Input::Bytes, "S\n1,2\n3 4\n",
-         "line 3: no ',' between units and temperature"},
+        {M::HOX, "comma.hox", Input::Bytes, "S\n1,2\n3 4\n", "line 3: no ',' between units and temperature"},
     };
+    // clang-format on
     Scratch dir;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.file);
-        make_input(dir, row.file, row.input, row.bytes);
+        const std::string path = dir.path(row.file);
+        if (row.input == Input::Bytes) dir.put(row.file, row.bytes);
+        if (row.input == Input::Folder) fs::create_directory(path);
+        ASSERT_TRUE(row.input != Input::Fifo || ::mkfifo(path.c_str(), 0600) == 0);
+        if (row.input == Input::Device) fs::create_symlink("/dev/zero", path);
         Window w = small_curve(row.model);
         const Window before = w;
         RecordingPrompts prompts;
         std::string reason;
-        EXPECT_EQ(
-            read_curve_file(dir.path(row.file), row.model, w.curve, w.fields, prompts, &reason),
-            FileCommandResult::Failed);
+        EXPECT_EQ(read_curve_file(path, row.model, w.curve, w.fields, prompts, &reason),
+                  FileCommandResult::Failed);
         EXPECT_EQ(reason, row.reason);
         EXPECT_EQ(w.state(), before.state());
         const bool says = row.model != M::TAZ && row.model != M::NAV;
@@ -248,27 +214,17 @@ TEST(FileReasons, EveryFailedWriteSaysWhy) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.file);
         const std::string path = dir.path(row.file);
-        switch (row.output) {
-            case Output::Plain:
-                break;
-            case Output::Folder:
-                fs::create_directory(path);
-                break;
-            case Output::FullDisk:
-                fs::create_symlink("/dev/full", path);
-                break;
-            case Output::LinkLoop:
-                fs::create_symlink("loop2.taz", path);
-                fs::create_symlink("loop.taz", dir.path("loop2.taz"));
-                break;
-            case Output::Fifo:
-                ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-                break;
-            case Output::ReadOnly:
-                if (::geteuid() == 0) continue;  // the superuser writes read-only files
-                dir.put(row.file, "old");
-                fs::permissions(path, fs::perms::owner_read);
-                break;
+        if (row.output == Output::Folder) fs::create_directory(path);
+        if (row.output == Output::FullDisk) fs::create_symlink("/dev/full", path);
+        if (row.output == Output::LinkLoop) {
+            fs::create_symlink("loop2.taz", path);
+            fs::create_symlink("loop.taz", dir.path("loop2.taz"));
+        }
+        ASSERT_TRUE(row.output != Output::Fifo || ::mkfifo(path.c_str(), 0600) == 0);
+        if (row.output == Output::ReadOnly) {
+            if (::geteuid() == 0) continue;  // the superuser writes read-only files
+            dir.put(row.file, "old");
+            fs::permissions(path, fs::perms::owner_read);
         }
         Window w = small_curve(M::TAZ);
         w.fields.setpoint_text = row.setpoint;
