@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "curve/file_io.h"
@@ -49,11 +51,7 @@ std::string written(const FileType& type, const Scratch& dir) {
 }
 
 TEST(FileLineEnds, LineReaderEndsLinesAtCrLfCrAndLf) {
-    struct Row {
-        std::string bytes;
-        std::vector<std::string> lines;
-    };
-    const Row rows[] = {
+    const std::pair<std::string, std::vector<std::string>> rows[] = {
         {"a\nb\r\nc\rd\n\re\r\n", {"a", "b", "c", "d", "", "e"}},
         {"a\r\r\nb", {"a", "", "b"}},
         {"\n\n", {"", ""}},
@@ -63,31 +61,25 @@ TEST(FileLineEnds, LineReaderEndsLinesAtCrLfCrAndLf) {
         {"\xEF\xBB\xBF", {}},
         {"", {}},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.bytes);
-        file_io::LineReader in(row.bytes);
-        EXPECT_EQ(in.empty(), row.lines.empty());
+    for (const auto& [bytes, expected] : rows) {
+        SCOPED_TRACE(bytes);
+        file_io::LineReader in(bytes);
+        EXPECT_EQ(in.empty(), expected.empty());
         std::vector<std::string> lines;
         while (!in.at_end()) lines.push_back(in.read_line());
-        EXPECT_EQ(lines, row.lines);
-        EXPECT_EQ(in.line_number(), static_cast<int>(row.lines.size()));
+        EXPECT_EQ(lines, expected);
+        EXPECT_EQ(in.line_number(), static_cast<int>(expected.size()));
     }
 }
 
 // Every type as our writers write it (CR LF), then with LF only, CR only and a UTF-8 byte-order
 // mark in front: all read alike, and no mark or line end reaches a name or serial number.
 TEST(FileLineEnds, FilesFromEverySystemReadAlike) {
-    struct Variant {
-        const char* name;
-        std::function<std::string(const std::string&)> make;
-    };
-    const std::string bom = "\xEF\xBB\xBF";
-    const Variant variants[] = {
-        {"LF", [](const std::string& b) { return replace_all(b, "\r\n", "\n"); }},
-        {"CR", [](const std::string& b) { return replace_all(b, "\r\n", "\r"); }},
-        {"BOM CR LF", [&](const std::string& b) { return bom + b; }},
-        {"BOM CR", [&](const std::string& b) { return bom + replace_all(b, "\r\n", "\r"); }},
-    };
+    // Name, line end, whether a byte-order mark comes first.
+    const std::tuple<const char*, const char*, bool> variants[] = {{"LF", "\n", false},
+                                                                   {"CR", "\r", false},
+                                                                   {"BOM CR LF", "\r\n", true},
+                                                                   {"BOM CR", "\r", true}};
     Scratch dir;
     for (const auto& type : kFileTypes) {
         SCOPED_TRACE(type.extension);
@@ -99,12 +91,13 @@ TEST(FileLineEnds, FilesFromEverySystemReadAlike) {
                   FileCommandResult::Done);
         EXPECT_EQ(reference.fields.serial_number, "D12345");
         EXPECT_EQ(reference.curve.breakpoint_count, type.model == M::HOX ? 192 : 3);
-        for (const auto& variant : variants) {
-            SCOPED_TRACE(variant.name);
+        for (const auto& [name, end, mark] : variants) {
+            SCOPED_TRACE(name);
+            const std::string bytes =
+                (mark ? "\xEF\xBB\xBF" : "") + replace_all(original, "\r\n", end);
             const std::string file = std::string("v.") + type.extension;
             Window w = small_curve(type.model);
-            ASSERT_EQ(read_curve_file(dir.put(file, variant.make(original)), type.model, w.curve,
-                                      w.fields, prompts),
+            ASSERT_EQ(read_curve_file(dir.put(file, bytes), type.model, w.curve, w.fields, prompts),
                       FileCommandResult::Done);
             EXPECT_EQ(w.state(), reference.state());
         }
@@ -371,24 +364,17 @@ TEST(FileWriting, KeepsLinksPermissionsAndOwner) {
 // With the file-size limit below the curve's size every write fails part-way: the old file, a
 // hard-linked one included, stays as it was, and no new file appears.
 TEST(FileWriting, AFailedWriteLeavesTheOldFile) {
-    struct Row {
-        const char* name;
-        const char* old;  // nullptr: no file yet
-        bool hard_link;
-    };
-    const Row rows[] = {
-        {"single link", "old curve", false},
-        {"hard links", "old curve", true},
-        {"new file", nullptr, false},
-    };
+    // The old file (nullptr: none yet), and whether it has a second hard link.
+    const std::pair<const char*, bool> rows[] = {
+        {"old curve", false}, {"old curve", true}, {nullptr, false}};
     auto* previous = ::signal(SIGXFSZ, SIG_IGN);
     struct rlimit saved {};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [old, hard_link] : rows) {
+        SCOPED_TRACE(hard_link ? "hard links" : old ? "single link" : "new file");
         Scratch dir;
-        if (row.old) dir.put("c.taz", row.old);
-        if (row.hard_link) fs::create_hard_link(dir.path("c.taz"), dir.path("d.taz"));
+        if (old) dir.put("c.taz", old);
+        if (hard_link) fs::create_hard_link(dir.path("c.taz"), dir.path("d.taz"));
         Window w = small_curve(M::TAZ);
         RecordingPrompts prompts;
         std::string reason;
@@ -400,8 +386,8 @@ TEST(FileWriting, AFailedWriteLeavesTheOldFile) {
         ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &saved), 0);
         EXPECT_EQ(result, FileCommandResult::Failed);
         EXPECT_EQ(reason, "File too large");
-        if (row.old) {
-            EXPECT_EQ(dir.get("c.taz"), row.old);
+        if (old) {
+            EXPECT_EQ(dir.get("c.taz"), old);
         } else {
             EXPECT_FALSE(dir.exists("c.taz"));
         }
