@@ -176,21 +176,9 @@ TEST_P(Faults, TellTheUserAndStopInTime) {
     const HeaderFields header_before = rig.header;
 
     const double start = rig.clock.now();
-    TransferResult result = DONE;
-    switch (row.proc) {
-        case Catalogue:
-            result = grab_curve_names(rig.session);
-            break;
-        case Read:
-            result = run_read_transfer(rig.session);
-            break;
-        case Write:
-            result = run_write_transfer(rig.session);
-            break;
-        case Delete:
-            result = run_delete_transfer(rig.session);
-            break;
-    }
+    TransferResult (*const procedures[])(Session&) = {grab_curve_names, run_read_transfer,
+                                                      run_write_transfer, run_delete_transfer};
+    const TransferResult result = procedures[static_cast<int>(row.proc)](rig.session);
     const double took = rig.clock.now() - start;
 
     EXPECT_EQ(rig.prompts.texts(), script(row.messages));
