@@ -216,6 +216,9 @@ struct Rig {
     }
     // Selects the entry of a pick list whose curve number is n.
     static void pick(ListField& list, int n) { list.selected = find_entry_by_number(list, n); }
+    void pick_all(int n) {
+        for (ListField* l : {&picks.read, &picks.write, &picks.remove}) pick(*l, n);
+    }
 
     TimelineClock clock;
     RecordingPrompts prompts;

@@ -170,8 +170,7 @@ TEST_P(Faults, TellTheUserAndStopInTime) {
     rig.load_curve(points);
     rig.header.name = "KEEP";
     rig.header.serial_number = "K1";
-    for (ListField* l : {&rig.picks.read, &rig.picks.write, &rig.picks.remove})
-        Rig::pick(*l, location);
+    rig.pick_all(location);
     const CurveRecord curve_before = rig.curve;
     const HeaderFields header_before = rig.header;
 

@@ -54,11 +54,6 @@ void load_window_curve(Rig& rig, InstrumentModel m, int variant = 0) {
     }
 }
 
-void pick_everywhere(Rig& rig, int location) {
-    for (ListField* l : {&rig.picks.read, &rig.picks.write, &rig.picks.remove})
-        Rig::pick(*l, location);
-}
-
 struct VerifyRow {
     InstrumentModel model;
     Interface bus;
@@ -113,7 +108,7 @@ TEST_P(Verify, ReadsBackAndSaysWhatDiffers) {
     ASSERT_TRUE(rig.sim.faults.parse(row.faults));
     rig.connect(row.bus, true);
     load_window_curve(rig, row.model);
-    pick_everywhere(rig, user_location(row.model));
+    rig.pick_all(user_location(row.model));
     ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done)
         << ::testing::PrintToString(rig.prompts.texts());
     if (row.line_dies_after_write) rig.sim.faults.hangup_after = rig.sim.commands_received() + 1;
@@ -145,7 +140,7 @@ TEST(Compare, OpenCurveAgainstALocationAsAWriteWouldSendIt) {
         Rig rig(m);
         rig.connect(RS232, true);
         load_window_curve(rig, m);
-        pick_everywhere(rig, user_location(m));
+        rig.pick_all(user_location(m));
         ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done);
         const std::string n = std::to_string(user_location(m));
         EXPECT_EQ(compare_with_location(rig.session, n).outcome, Agree);
@@ -225,7 +220,7 @@ TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
         rig.header.name += std::to_string(k);
         // An XK instrument keeps the thermocouple character of a curve read from it.
         rig.transfer.thermocouple_char = k == 1 ? "5" : "";
-        pick_everywhere(rig, row.locations[k]);
+        rig.pick_all(row.locations[k]);
         ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done);
     }
     if (row.unscaled >= 0) {
@@ -253,7 +248,7 @@ TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
     std::vector<int> all = row.locations;
     if (row.unscaled >= 0) all.push_back(row.unscaled);
     for (int n : all) {
-        pick_everywhere(rig, n);
+        rig.pick_all(n);
         ASSERT_EQ(run_delete_transfer(rig.session), TransferResult::Done);
         ASSERT_EQ(rig.sim.curve(n), nullptr);
     }
@@ -285,7 +280,7 @@ TEST(BackUp, RefusesAnOlderBackupAndSaysWhatWillNotComeBack) {
     // the reader sees one name and "no number", which a write sends back differently.
     rig.header.name = "PT1";
     rig.header.serial_number = "A";
-    pick_everywhere(rig, 12);
+    rig.pick_all(12);
     ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done);
     Folder folder;
 
