@@ -52,6 +52,7 @@ class TimelineClock : public VirtualClock {
   public:
     Log events;
     bool recording = false;
+    std::function<void()> after_write = [] {};  // run by the lines below after each write
     void add(std::string e) {
         if (recording) events.push_back(std::move(e));
     }
@@ -94,42 +95,40 @@ class LoggedGpib : public sim::SimGpibDriver {
     int ibwrt(int ud, const char* buffer, long count) override {
         t_.add(std::string(buffer, static_cast<size_t>(count)));
         const int status = SimGpibDriver::ibwrt(ud, buffer, count);
-        if (after_write) after_write();
+        t_.after_write();
         return status;
     }
-    std::function<void()> after_write;
 
   private:
     TimelineClock& t_;
 };
 
-// The simulated instrument's own serial port, calling `after_write` after each write.
+// The simulated instrument's own serial port.
 class HookedSerial : public sim::SimSerialPort {
   public:
-    HookedSerial(sim::Instrument& i, Clock& c, std::function<void()> hook)
-        : SimSerialPort(i, c), hook_(std::move(hook)) {}
+    HookedSerial(sim::Instrument& i, TimelineClock& t) : SimSerialPort(i, t), t_(t) {}
     void write(const std::string& bytes) override {
         SimSerialPort::write(bytes);
-        hook_();
+        t_.after_write();
     }
 
   private:
-    std::function<void()> hook_;
+    TimelineClock& t_;
 };
 
-// The host's end of a simulated GPIB adapter, calling `after_write` after each line written.
+// The host's end of a simulated GPIB adapter.
 class HookedAdapterStream : public sim::SimAdapterStream {
   public:
-    HookedAdapterStream(sim::PrologixAdapter& a, Clock& c, std::function<void()> hook)
-        : SimAdapterStream(a, c, "simulated adapter"), hook_(std::move(hook)) {}
+    HookedAdapterStream(sim::PrologixAdapter& a, TimelineClock& t)
+        : SimAdapterStream(a, t, "simulated adapter"), t_(t) {}
     bool write(const std::string& bytes) override {
         const bool ok = SimAdapterStream::write(bytes);
-        hook_();
+        t_.after_write();
         return ok;
     }
 
   private:
-    std::function<void()> hook_;
+    TimelineClock& t_;
 };
 
 // Records what the scaling dialog was asked and confirms its defaults.
@@ -174,19 +173,16 @@ struct Rig {
     }
     // Opens the link, then starts recording. Over RS-232 the replies of answer() come first,
     // unless `own_line`: then the simulated instrument's own serial port carries its line faults
-    // to the link as a real line's would. `after_write` runs after every command written (GPIB,
-    // and RS-232 with `own_line`).
-    void connect(
-        Interface i, bool own_line = false, std::function<void()> after_write = [] {}) {
+    // to the link as a real line's would (GPIB always goes through its own driver).
+    void connect(Interface i, bool own_line = false) {
         if (i == Interface::GPIB) {
             auto g = std::make_unique<LoggedGpib>(sim, clock);
             gpib = g.get();
-            g->after_write = after_write;
             link.set_gpib_driver(std::move(g));
             link.setup_488(setup);
         } else if (i == Interface::RS232) {
             if (own_line)
-                link.set_serial_port(std::make_unique<HookedSerial>(sim, clock, after_write));
+                link.set_serial_port(std::make_unique<HookedSerial>(sim, clock));
             else
                 link.set_serial_port(std::make_unique<FakeSerial>(clock, respond));
             link.setup_rs232(setup);
@@ -197,10 +193,10 @@ struct Rig {
     }
     // As connect, over GPIB through the adapter driver and a simulated adapter, whose record of
     // the bus then starts empty as well.
-    void connect_through_adapter(std::function<void()> after_write = [] {}) {
+    void connect_through_adapter() {
         adapter = std::make_unique<sim::PrologixAdapter>(sim, clock);
         link.set_gpib_driver(std::make_unique<PrologixDriver>(
-            std::make_unique<HookedAdapterStream>(*adapter, clock, after_write), clock));
+            std::make_unique<HookedAdapterStream>(*adapter, clock), clock));
         link.setup_488(setup);
         adapter->bus.clear();
         start_recording();

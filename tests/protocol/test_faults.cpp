@@ -151,18 +151,16 @@ TEST_P(Faults, TellTheUserAndStopInTime) {
     ASSERT_TRUE(rig.sim.faults.parse(row.faults, row.bus == ADAPTER
                                                      ? sim::PrologixAdapter::kLinkBaud
                                                      : profile(row.model).serial.baud));
-    bool armed = false;
-    const auto after_write = [&] {
-        if (armed && row.cancel_after > 0 && rig.sim.commands_received() >= row.cancel_after)
-            rig.link.request_cancel();
-    };
     if (row.bus == ADAPTER)
-        rig.connect_through_adapter(after_write);
+        rig.connect_through_adapter();
     else
-        rig.connect(interface_of(row.bus), true, after_write);
+        rig.connect(interface_of(row.bus), true);
     ASSERT_EQ(rig.setup.interface, interface_of(row.bus))
         << ::testing::PrintToString(rig.prompts.texts());
-    armed = true;
+    rig.clock.after_write = [&] {
+        if (row.cancel_after > 0 && rig.sim.commands_received() >= row.cancel_after)
+            rig.link.request_cancel();
+    };
     if (row.cancel_after == 0) rig.link.request_cancel();
 
     std::vector<std::pair<double, double>> points;
