@@ -301,7 +301,8 @@ TEST(FileWriting, KeepsLinksPermissionsAndOwner) {
              EXPECT_EQ(mode_of(d, "d.taz"), 0640u);
          }},
         // A singly linked file is replaced whole: a reader that opened the old file before still
-        // reads the old curve; the new file takes the old one's mode, special bits included.
+        // reads the old curve; the new file takes the old one's mode, the set-group-ID bit
+        // included.
         {"single link, still open",
          [&](const Scratch& d) {
              ASSERT_EQ(::chmod(d.put("c.taz", "old curve").c_str(), 02754), 0);
