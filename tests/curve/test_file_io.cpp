@@ -79,6 +79,7 @@ TEST(FileLineEnds, FilesFromEverySystemReadAlike) {
     const std::tuple<const char*, const char*, bool> variants[] = {{"LF", "\n", false},
                                                                    {"CR", "\r", false},
                                                                    {"BOM CR LF", "\r\n", true},
+                                                                   {"BOM LF", "\n", true},
                                                                    {"BOM CR", "\r", true}};
     Scratch dir;
     for (const auto& type : kFileTypes) {

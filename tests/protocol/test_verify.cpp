@@ -78,6 +78,7 @@ const VerifyRow kVerifyRows[] = {
      {"point 5: sent .500000, 260.000; instrument holds .500000, 261.000"}},
     {TAZ, GPIB, "corrupt=header", Differ, {kName}},
     {TAZ, RS232, "droplast", Differ, {"point 6: sent .600000, 250.000; instrument holds no point"}},
+    {TAZ, GPIB, "", Agree, {}},
     {TAZ, GPIB, "exponent", Agree, {}},
     {QUA_RIL, RS232, "corrupt=header", Differ, {kName}},
     {WUN, GPIB, "exponent", Agree, {}},
