@@ -1,4 +1,5 @@
-// Test helpers: a scratch directory, and the window's curve and header state for a model.
+// Test helpers: text building, a scratch directory, and the window's curve and header state for a
+// model.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,6 +20,18 @@
 namespace kelvara::testing_support {
 
 using Points = std::vector<std::pair<double, double>>;
+
+inline std::string repeat(const std::string& text, int times) {
+    std::string out;
+    for (int i = 0; i < times; ++i) out += text;
+    return out;
+}
+
+inline std::string replace_all(std::string text, const std::string& from, const std::string& to) {
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
 
 class Scratch {
   public:

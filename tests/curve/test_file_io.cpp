@@ -9,11 +9,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "curve/file_io.h"
@@ -24,22 +24,12 @@ namespace kelvara {
 namespace {
 
 namespace fs = std::filesystem;
+using testing_support::repeat;
+using testing_support::replace_all;
 using testing_support::Scratch;
 using testing_support::small_curve;
 using testing_support::Window;
 using M = InstrumentModel;
-
-std::string replace_all(std::string text, const std::string& from, const std::string& to) {
-    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
-
-std::string repeat(const std::string& text, int times) {
-    std::string out;
-    for (int i = 0; i < times; ++i) out += text;
-    return out;
-}
 
 struct FileType {
     M model;
@@ -61,11 +51,7 @@ std::string written(const FileType& type, const Scratch& dir) {
 }
 
 TEST(FileLineEnds, LineReaderEndsLinesAtCrLfCrAndLf) {
-    struct Row {
-        std::string bytes;
-        std::vector<std::string> lines;
-    };
-    const Row rows[] = {
+    const std::pair<std::string, std::vector<std::string>> rows[] = {
         {"a\nb\r\nc\rd\n\re\r\n", {"a", "b", "c", "d", "", "e"}},
         {"a\r\r\nb", {"a", "", "b"}},
         {"\n\n", {"", ""}},
@@ -75,32 +61,26 @@ TEST(FileLineEnds, LineReaderEndsLinesAtCrLfCrAndLf) {
         {"\xEF\xBB\xBF", {}},
         {"", {}},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.bytes);
-        file_io::LineReader in(row.bytes);
-        EXPECT_EQ(in.empty(), row.lines.empty());
+    for (const auto& [bytes, expected] : rows) {
+        SCOPED_TRACE(bytes);
+        file_io::LineReader in(bytes);
+        EXPECT_EQ(in.empty(), expected.empty());
         std::vector<std::string> lines;
         while (!in.at_end()) lines.push_back(in.read_line());
-        EXPECT_EQ(lines, row.lines);
-        EXPECT_EQ(in.line_number(), static_cast<int>(row.lines.size()));
+        EXPECT_EQ(lines, expected);
+        EXPECT_EQ(in.line_number(), static_cast<int>(expected.size()));
     }
 }
 
 // Every type as our writers write it (CR LF), then with LF only, CR only and a UTF-8 byte-order
 // mark in front: all read alike, and no mark or line end reaches a name or serial number.
 TEST(FileLineEnds, FilesFromEverySystemReadAlike) {
-    struct Variant {
-        const char* name;
-        std::function<std::string(const std::string&)> make;
-    };
-    const std::string bom = "\xEF\xBB\xBF";
-    const Variant variants[] = {
-        {"LF", [](const std::string& b) { return replace_all(b, "\r\n", "\n"); }},
-        {"CR", [](const std::string& b) { return replace_all(b, "\r\n", "\r"); }},
-        {"BOM CR LF", [&](const std::string& b) { return bom + b; }},
-        {"BOM LF", [&](const std::string& b) { return bom + replace_all(b, "\r\n", "\n"); }},
-        {"BOM CR", [&](const std::string& b) { return bom + replace_all(b, "\r\n", "\r"); }},
-    };
+    // Name, line end, whether a byte-order mark comes first.
+    const std::tuple<const char*, const char*, bool> variants[] = {{"LF", "\n", false},
+                                                                   {"CR", "\r", false},
+                                                                   {"BOM CR LF", "\r\n", true},
+                                                                   {"BOM LF", "\n", true},
+                                                                   {"BOM CR", "\r", true}};
     Scratch dir;
     for (const auto& type : kFileTypes) {
         SCOPED_TRACE(type.extension);
@@ -112,12 +92,13 @@ TEST(FileLineEnds, FilesFromEverySystemReadAlike) {
                   FileCommandResult::Done);
         EXPECT_EQ(reference.fields.serial_number, "D12345");
         EXPECT_EQ(reference.curve.breakpoint_count, type.model == M::HOX ? 192 : 3);
-        for (const auto& variant : variants) {
-            SCOPED_TRACE(variant.name);
+        for (const auto& [name, end, mark] : variants) {
+            SCOPED_TRACE(name);
+            const std::string bytes =
+                (mark ? "\xEF\xBB\xBF" : "") + replace_all(original, "\r\n", end);
             const std::string file = std::string("v.") + type.extension;
             Window w = small_curve(type.model);
-            ASSERT_EQ(read_curve_file(dir.put(file, variant.make(original)), type.model, w.curve,
-                                      w.fields, prompts),
+            ASSERT_EQ(read_curve_file(dir.put(file, bytes), type.model, w.curve, w.fields, prompts),
                       FileCommandResult::Done);
             EXPECT_EQ(w.state(), reference.state());
         }
@@ -128,27 +109,7 @@ TEST(FileLineEnds, FilesFromEverySystemReadAlike) {
 // How the reason of a failed read is provoked.
 enum class Input { Bytes, Missing, Folder, Fifo, Device };
 
-void make_input(const Scratch& dir, const std::string& name, Input input,
-                const std::string& bytes) {
-    const std::string path = dir.path(name);
-    switch (input) {
-        case Input::Bytes:
-            dir.put(name, bytes);
-            break;
-        case Input::Missing:
-            break;
-        case Input::Folder:
-            fs::create_directory(path);
-            break;
-        case Input::Fifo:
-            ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-            break;
-        case Input::Device:
-            fs::create_symlink("/dev/zero", path);
-            break;
-    }
-}
-
+// Only the .DUN and .HOX readers also tell the user.
 TEST(FileReasons, EveryFailedReadSaysWhy) {
     struct Row {
         M model;
@@ -158,8 +119,8 @@ TEST(FileReasons, EveryFailedReadSaysWhy) {
         std::string reason;
     };
     const std::string head = "Name: x\r\nSerial: y\r\nFormat: 3\r\nLimit: 475\r\nCoeff: 2\r\n";
-    const std::string lf_head = replace_all(head, "\r\n", "\n");
     const std::string big(file_io::kMaxCurveFileBytes + 1, '\n');
+    // clang-format off
     const std::vector<Row> rows = {
         {M::TAZ, "missing.taz", Input::Missing, "", "No such file or directory"},
         {M::TAZ, "folder.taz", Input::Folder, "", "Is a directory"},
@@ -167,58 +128,48 @@ TEST(FileReasons, EveryFailedReadSaysWhy) {
         {M::HOX, "zero.hox", Input::Device, "", "not a regular file"},
         {M::TAZ, "big.tza", Input::Bytes, big, "larger than any curve file (over 1024 kB)"},
         {M::TAZ, "count.taz", Input::Bytes, head + "Count: three\r\n", "line 6: not a number"},
-        {M::TAZ, "lf count.taz", Input::Bytes, lf_head + "Count: x3\n", "line 6: not a number"},
-        {M::TAZ, "format.taz", Input::Bytes, "junk\r\n" + replace_all(head, "3", "III"),
-         "line 4: not a number"},
-        {M::TAZ, "coefficient.tza", Input::Bytes, replace_all(head, "2", "two"),
-         "line 5: not a number"},
-        {M::TAZ, "huge format.tza", Input::Bytes, replace_all(head, "3", "3e10"),
-         "line 3: number out of range"},
+        {M::TAZ, "format.taz", Input::Bytes, "junk\r\n" + replace_all(head, "3", "III"), "line 4: not a number"},
+        {M::TAZ, "coefficient.tza", Input::Bytes, replace_all(head, "2", "two"), "line 5: not a number"},
+        {M::TAZ, "huge format.tza", Input::Bytes, replace_all(head, "3", "3e10"), "line 3: number out of range"},
         // The .NAV layout has its data format on the fifth line.
-        {M::NAV, "nav format.nav", Input::Bytes, replace_all(head, "2", "x") + "Count: 1\r\n",
-         "line 5: not a number"},
-        {M::TAZ, "header only.taz", Input::Bytes, "Name: x\nSerial: y\n",
-         "the file ends before its points"},
-        {M::TAZ, "short.taz", Input::Bytes, head + "Count: 3\r\n\r\n  1 1 1\r\n  2 2 2\r\n",
-         "the file ends before its points"},
-        {M::NAV, "short.nav", Input::Bytes, head + "Count: 2\r\n",
-         "the file ends before its points"},
-        {M::TAZ, "201.taz", Input::Bytes, head + "Count: 201\r\n",
-         "line 6: more points than the model holds"},
-        {M::TAZ, "1e12.taz", Input::Bytes, head + "Count: 1e12\r\n",
-         "line 6: more points than the model holds"},
-        {M::TAZ, "negative.taz", Input::Bytes, head + "Count: -1\r\n",
-         "line 6: the number of points is negative"},
-        {M::TAZ, "201.tza", Input::Bytes, head + repeat("Point 1: 1,1\r\n", 201),
-         "line 206: more points than the model holds"},
-        {M::ELK, "98.dun", Input::Bytes, "XC06,L00N" + repeat(",1,1", 98) + "*",
-         "line 1: more points than the model holds"},
-        {M::HOX, "193.hox", Input::Bytes, "S\n" + repeat("1,1\n", 193),
-         "line 194: more points than the model holds"},
+        {M::NAV, "nav format.nav", Input::Bytes, replace_all(head, "2", "x") + "Count: 1\r\n", "line 5: not a number"},
+        {M::TAZ, "header only.taz", Input::Bytes, "Name: x\nSerial: y\n", "the file ends before its points"},
+        {M::TAZ, "short.taz", Input::Bytes, head + "Count: 3\r\n\r\n  1 1 1\r\n  2 2 2\r\n", "the file ends before its points"},
+        {M::NAV, "short.nav", Input::Bytes, head + "Count: 2\r\n", "the file ends before its points"},
+        {M::TAZ, "201.taz", Input::Bytes, head + "Count: 201\r\n", "line 6: more points than the model holds"},
+        {M::TAZ, "1e12.taz", Input::Bytes, head + "Count: 1e12\r\n", "line 6: more points than the model holds"},
+        {M::TAZ, "negative.taz", Input::Bytes, head + "Count: -1\r\n", "line 6: the number of points is negative"},
+        {M::TAZ, "201.tza", Input::Bytes, head + repeat("Point 1: 1,1\r\n", 201), "line 206: more points than the model holds"},
+        {M::NAV, "98.nav", Input::Bytes, head + "Count: 98\r\n" + repeat(" 1 1 1\r\n", 98), "line 6: more points than the model holds"},
+        {M::ELK, "98.dun", Input::Bytes, "XC06,L00N" + repeat(",1,1", 98) + "*", "line 1: more points than the model holds"},
+        {M::HOX, "193.hox", Input::Bytes, "S\n" + repeat("1,1\n", 193), "line 194: more points than the model holds"},
         {M::DUN, "empty.dun", Input::Bytes, "\xEF\xBB\xBF", "the file is empty"},
-        {M::DUN, "comma.dun", Input::Bytes, "XC06,L00NAME\r\n",
-         "line 1: no ',' after the header field"},
-        {M::DUN, "star.dun", Input::Bytes, "XC06,L00NAME,1,2\r\n",
-         "line 1: no '*' after the points"},
-        {M::DUN, "odd.dun", Input::Bytes, "XC06,L00NAME,1,2,3*\r\n",
-         "line 1: a point has no temperature"},
+        {M::DUN, "comma.dun", Input::Bytes, "XC06,L00NAME\r\n", "line 1: no ',' after the header field"},
+        {M::DUN, "star.dun", Input::Bytes, "XC06,L00NAME,1,2\r\n", "line 1: no '*' after the points"},
+        {M::DUN, "odd.dun", Input::Bytes, "XC06,L00NAME,1,2,3*\r\n", "line 1: a point has no temperature"},
         {M::HOX, "empty.hox", Input::Bytes, "", "the file is empty"},
-        {M::HOX, "comma.hox", Input::Bytes, "S\n1,2\n3 4\n",
-         "line 3: no ',' between units and temperature"},
+        {M::HOX, "comma.hox", Input::Bytes, "S\n1,2\n3 4\n", "line 3: no ',' between units and temperature"},
     };
+    // clang-format on
     Scratch dir;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.file);
-        make_input(dir, row.file, row.input, row.bytes);
+        const std::string path = dir.path(row.file);
+        if (row.input == Input::Bytes) dir.put(row.file, row.bytes);
+        if (row.input == Input::Folder) fs::create_directory(path);
+        ASSERT_TRUE(row.input != Input::Fifo || ::mkfifo(path.c_str(), 0600) == 0);
+        if (row.input == Input::Device) fs::create_symlink("/dev/zero", path);
         Window w = small_curve(row.model);
         const Window before = w;
         RecordingPrompts prompts;
         std::string reason;
-        EXPECT_EQ(
-            read_curve_file(dir.path(row.file), row.model, w.curve, w.fields, prompts, &reason),
-            FileCommandResult::Failed);
+        EXPECT_EQ(read_curve_file(path, row.model, w.curve, w.fields, prompts, &reason),
+                  FileCommandResult::Failed);
         EXPECT_EQ(reason, row.reason);
         EXPECT_EQ(w.state(), before.state());
+        const bool says = row.model != M::TAZ && row.model != M::NAV;
+        EXPECT_EQ(prompts.texts(),
+                  says ? std::vector<std::string>{"Bad file format."} : std::vector<std::string>{});
     }
 }
 
@@ -231,7 +182,7 @@ std::vector<std::string> leftovers(const Scratch& dir) {
     return out;
 }
 
-enum class Output { Plain, Folder, FileAsFolder, FullDisk, LinkLoop, Fifo, ReadOnly };
+enum class Output { Plain, Folder, FullDisk, LinkLoop, Fifo, ReadOnly };
 
 TEST(FileReasons, EveryFailedWriteSaysWhy) {
     struct Row {
@@ -244,7 +195,6 @@ TEST(FileReasons, EveryFailedWriteSaysWhy) {
     const Row rows[] = {
         {"no/x.taz", Output::Plain, "No such file or directory"},
         {"folder.taz", Output::Folder, "Is a directory"},
-        {"f.taz/x.taz", Output::FileAsFolder, "Not a directory"},
         {"full.taz", Output::FullDisk, "No space left on device"},
         {"loop.taz", Output::LinkLoop, "Too many levels of symbolic links"},
         {"pipe.taz", Output::Fifo, "No such device or address"},  // nobody reads the pipe
@@ -258,30 +208,17 @@ TEST(FileReasons, EveryFailedWriteSaysWhy) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.file);
         const std::string path = dir.path(row.file);
-        switch (row.output) {
-            case Output::Plain:
-                break;
-            case Output::Folder:
-                fs::create_directory(path);
-                break;
-            case Output::FileAsFolder:
-                dir.put("f.taz", "a file");
-                break;
-            case Output::FullDisk:
-                fs::create_symlink("/dev/full", path);
-                break;
-            case Output::LinkLoop:
-                fs::create_symlink("loop2.taz", path);
-                fs::create_symlink("loop.taz", dir.path("loop2.taz"));
-                break;
-            case Output::Fifo:
-                ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-                break;
-            case Output::ReadOnly:
-                if (::geteuid() == 0) continue;  // the superuser writes read-only files
-                dir.put(row.file, "old");
-                fs::permissions(path, fs::perms::owner_read);
-                break;
+        if (row.output == Output::Folder) fs::create_directory(path);
+        if (row.output == Output::FullDisk) fs::create_symlink("/dev/full", path);
+        if (row.output == Output::LinkLoop) {
+            fs::create_symlink("loop2.taz", path);
+            fs::create_symlink("loop.taz", dir.path("loop2.taz"));
+        }
+        ASSERT_TRUE(row.output != Output::Fifo || ::mkfifo(path.c_str(), 0600) == 0);
+        if (row.output == Output::ReadOnly) {
+            if (::geteuid() == 0) continue;  // the superuser writes read-only files
+            dir.put(row.file, "old");
+            fs::permissions(path, fs::perms::owner_read);
         }
         Window w = small_curve(M::TAZ);
         w.fields.setpoint_text = row.setpoint;
@@ -317,41 +254,32 @@ TEST(FileWriting, KeepsLinksPermissionsAndOwner) {
     auto mode_of = [](const Scratch& dir, const char* file) {
         return status_of(dir.path(file)).st_mode & 07777;
     };
-    // user::rw- user:65534:r-- group::r-- mask::r-- other::---, as the kernel stores it.
+    // user::rw- user:65534:r-- group::r-- mask::r-- other::---, as a little-endian kernel
+    // stores it: a version, then tag, permissions and id of each entry.
     const char* kAcl = "system.posix_acl_access";
-    std::string acl("\x02\0\0\0", 4);
-    for (const auto& [tag, perm, id] :
-         {std::tuple{1, 6, -1}, {2, 4, 65534}, {4, 4, -1}, {0x10, 4, -1}, {0x20, 0, -1}}) {
-        const std::uint16_t t = static_cast<std::uint16_t>(tag),
-                            p = static_cast<std::uint16_t>(perm);
-        const std::uint32_t i = static_cast<std::uint32_t>(id);
-        acl.append(reinterpret_cast<const char*>(&t), 2);
-        acl.append(reinterpret_cast<const char*>(&p), 2);
-        acl.append(reinterpret_cast<const char*>(&i), 4);
-    }
+    const std::string acl(
+        "\x02\0\0\0"
+        "\x01\0\x06\0\xff\xff\xff\xff\x02\0\x04\0\xfe\xff\0\0\x04\0\x04\0\xff\xff\xff\xff"
+        "\x10\0\x04\0\xff\xff\xff\xff\x20\0\0\0\xff\xff\xff\xff",
+        44);
     bool acl_set = false;
+    int old_reader = -1;
     const mode_t mask = ::umask(0);
     ::umask(mask);
     const std::vector<Row> rows = {
-        {"symbolic link",
+        // Each relative target counts from its own link's folder.
+        {"chain of links: into a subfolder, relative there, then absolute",
          [](const Scratch& d) {
              fs::create_directory(d.path("sub"));
-             d.put("sub/real.taz", "old");
-             fs::create_symlink("sub/real.taz", d.path("c.taz"));
-         },
-         [](const Scratch& d, const std::string& expected) {
-             EXPECT_EQ(fs::read_symlink(d.path("c.taz")), "sub/real.taz");
-             EXPECT_EQ(d.get("sub/real.taz"), expected);
-         }},
-        {"chain of links, one absolute",
-         [](const Scratch& d) {
              d.put("real.taz", "old");
-             fs::create_symlink(d.path("real.taz"), d.path("b.taz"));
-             fs::create_symlink("b.taz", d.path("c.taz"));
+             fs::create_symlink("sub/b.taz", d.path("c.taz"));
+             fs::create_symlink("a.taz", d.path("sub/b.taz"));
+             fs::create_symlink(d.path("real.taz"), d.path("sub/a.taz"));
          },
          [](const Scratch& d, const std::string& expected) {
-             EXPECT_EQ(fs::read_symlink(d.path("c.taz")), "b.taz");
-             EXPECT_EQ(fs::read_symlink(d.path("b.taz")), d.path("real.taz"));
+             EXPECT_EQ(fs::read_symlink(d.path("c.taz")), "sub/b.taz");
+             EXPECT_EQ(fs::read_symlink(d.path("sub/b.taz")), "a.taz");
+             EXPECT_EQ(fs::read_symlink(d.path("sub/a.taz")), d.path("real.taz"));
              EXPECT_EQ(d.get("real.taz"), expected);
          }},
         {"link to a file not there yet",
@@ -372,6 +300,21 @@ TEST(FileWriting, KeepsLinksPermissionsAndOwner) {
              EXPECT_EQ(c.st_nlink, 2u);
              EXPECT_EQ(d.get("d.taz"), expected);
              EXPECT_EQ(mode_of(d, "d.taz"), 0640u);
+         }},
+        // A singly linked file is replaced whole: a reader that opened the old file before still
+        // reads the old curve; the new file takes the old one's mode, the set-group-ID bit
+        // included.
+        {"single link, still open",
+         [&](const Scratch& d) {
+             ASSERT_EQ(::chmod(d.put("c.taz", "old curve").c_str(), 02754), 0);
+             old_reader = ::open(d.path("c.taz").c_str(), O_RDONLY);
+         },
+         [&](const Scratch& d, const std::string&) {
+             EXPECT_EQ(mode_of(d, "c.taz"), 02754u);
+             char buffer[32] = {};
+             EXPECT_EQ(::pread(old_reader, buffer, sizeof buffer, 0), 9);
+             EXPECT_STREQ(buffer, "old curve");
+             ::close(old_reader);
          }},
         {"new file", [](const Scratch&) {},
          [&](const Scratch& d, const std::string&) {
@@ -420,51 +363,20 @@ TEST(FileWriting, KeepsLinksPermissionsAndOwner) {
     }
 }
 
-// A singly linked file is replaced whole: a reader that opened the old file before still reads
-// the old curve, and the new file has the old one's permissions.
-TEST(FileWriting, KeepsPermissionsAndReplacesWhole) {
-    for (const mode_t mode : {0600u, 0604u, 0755u, 02750u}) {
-        SCOPED_TRACE(mode);
-        Scratch dir;
-        const std::string path = dir.put("c.hox", "old curve");
-        ASSERT_EQ(::chmod(path.c_str(), mode), 0);
-        const int old = ::open(path.c_str(), O_RDONLY);
-        ASSERT_GE(old, 0);
-        Window w = small_curve(M::HOX);
-        RecordingPrompts prompts;
-        ASSERT_EQ(write_curve_file(path, M::HOX, w.curve, w.fields, prompts),
-                  FileCommandResult::Done);
-        EXPECT_EQ(status_of(path).st_mode & 07777, mode);
-        EXPECT_EQ(dir.get("c.hox").substr(0, 8), "D12345\r\n");
-        char buffer[32] = {};
-        EXPECT_EQ(::pread(old, buffer, sizeof buffer, 0), 9);
-        EXPECT_STREQ(buffer, "old curve");
-        ::close(old);
-        EXPECT_EQ(leftovers(dir), std::vector<std::string>{});
-    }
-}
-
 // With the file-size limit below the curve's size every write fails part-way: the old file, a
 // hard-linked one included, stays as it was, and no new file appears.
 TEST(FileWriting, AFailedWriteLeavesTheOldFile) {
-    struct Row {
-        const char* name;
-        const char* old;  // nullptr: no file yet
-        bool hard_link;
-    };
-    const Row rows[] = {
-        {"single link", "old curve", false},
-        {"hard links", "old curve", true},
-        {"new file", nullptr, false},
-    };
+    // The old file (nullptr: none yet), and whether it has a second hard link.
+    const std::pair<const char*, bool> rows[] = {
+        {"old curve", false}, {"old curve", true}, {nullptr, false}};
     auto* previous = ::signal(SIGXFSZ, SIG_IGN);
     struct rlimit saved {};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [old, hard_link] : rows) {
+        SCOPED_TRACE(hard_link ? "hard links" : old ? "single link" : "new file");
         Scratch dir;
-        if (row.old) dir.put("c.taz", row.old);
-        if (row.hard_link) fs::create_hard_link(dir.path("c.taz"), dir.path("d.taz"));
+        if (old) dir.put("c.taz", old);
+        if (hard_link) fs::create_hard_link(dir.path("c.taz"), dir.path("d.taz"));
         Window w = small_curve(M::TAZ);
         RecordingPrompts prompts;
         std::string reason;
@@ -476,8 +388,8 @@ TEST(FileWriting, AFailedWriteLeavesTheOldFile) {
         ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &saved), 0);
         EXPECT_EQ(result, FileCommandResult::Failed);
         EXPECT_EQ(reason, "File too large");
-        if (row.old) {
-            EXPECT_EQ(dir.get("c.taz"), row.old);
+        if (old) {
+            EXPECT_EQ(dir.get("c.taz"), old);
         } else {
             EXPECT_FALSE(dir.exists("c.taz"));
         }

@@ -41,11 +41,18 @@ inline Log script(const std::string& text, const std::string& n = "", const std:
     return out;
 }
 
+// The first location a curve is written to; the HOX's one curve.
+inline int user_location(InstrumentModel m) {
+    const auto& w = profile(m).write_locations;
+    return w.empty() ? sim::Instrument::kHoxLocation : w.front();
+}
+
 // Once recording: every byte sent and every pause ("pause 0.1"), in order.
 class TimelineClock : public VirtualClock {
   public:
     Log events;
     bool recording = false;
+    std::function<void()> after_write = [] {};  // run by the lines below after each write
     void add(std::string e) {
         if (recording) events.push_back(std::move(e));
     }
@@ -88,42 +95,40 @@ class LoggedGpib : public sim::SimGpibDriver {
     int ibwrt(int ud, const char* buffer, long count) override {
         t_.add(std::string(buffer, static_cast<size_t>(count)));
         const int status = SimGpibDriver::ibwrt(ud, buffer, count);
-        if (after_write) after_write();
+        t_.after_write();
         return status;
     }
-    std::function<void()> after_write;
 
   private:
     TimelineClock& t_;
 };
 
-// The simulated instrument's own serial port, calling `after_write` after each write.
+// The simulated instrument's own serial port.
 class HookedSerial : public sim::SimSerialPort {
   public:
-    HookedSerial(sim::Instrument& i, Clock& c, std::function<void()> hook)
-        : SimSerialPort(i, c), hook_(std::move(hook)) {}
+    HookedSerial(sim::Instrument& i, TimelineClock& t) : SimSerialPort(i, t), t_(t) {}
     void write(const std::string& bytes) override {
         SimSerialPort::write(bytes);
-        hook_();
+        t_.after_write();
     }
 
   private:
-    std::function<void()> hook_;
+    TimelineClock& t_;
 };
 
-// The host's end of a simulated GPIB adapter, calling `after_write` after each line written.
+// The host's end of a simulated GPIB adapter.
 class HookedAdapterStream : public sim::SimAdapterStream {
   public:
-    HookedAdapterStream(sim::PrologixAdapter& a, Clock& c, std::function<void()> hook)
-        : SimAdapterStream(a, c, "simulated adapter"), hook_(std::move(hook)) {}
+    HookedAdapterStream(sim::PrologixAdapter& a, TimelineClock& t)
+        : SimAdapterStream(a, t, "simulated adapter"), t_(t) {}
     bool write(const std::string& bytes) override {
         const bool ok = SimAdapterStream::write(bytes);
-        hook_();
+        t_.after_write();
         return ok;
     }
 
   private:
-    std::function<void()> hook_;
+    TimelineClock& t_;
 };
 
 // Records what the scaling dialog was asked and confirms its defaults.
@@ -166,46 +171,37 @@ struct Rig {
             return r + "\r\n";
         };
     }
-    // Opens the link, then starts recording.
-    void connect(Interface i) {
+    // Opens the link, then starts recording. Over RS-232 the replies of answer() come first,
+    // unless `own_line`: then the simulated instrument's own serial port carries its line faults
+    // to the link as a real line's would (GPIB always goes through its own driver).
+    void connect(Interface i, bool own_line = false) {
         if (i == Interface::GPIB) {
             auto g = std::make_unique<LoggedGpib>(sim, clock);
             gpib = g.get();
             link.set_gpib_driver(std::move(g));
             link.setup_488(setup);
         } else if (i == Interface::RS232) {
-            link.set_serial_port(std::make_unique<FakeSerial>(clock, respond));
+            if (own_line)
+                link.set_serial_port(std::make_unique<HookedSerial>(sim, clock));
+            else
+                link.set_serial_port(std::make_unique<FakeSerial>(clock, respond));
             link.setup_rs232(setup);
         } else {
             setup.interface = Interface::None;
         }
-        clock.recording = true;
-        clock.pauses.clear();
+        start_recording();
     }
-    // Opens the link through the simulated instrument's own serial port or GPIB driver, so that
-    // its line faults reach the link as a real line's would; `after_write` runs after every
-    // command written.
-    void connect_simulated(
-        Interface i, std::function<void()> after_write = [] {}) {
-        if (i == Interface::GPIB) {
-            auto g = std::make_unique<LoggedGpib>(sim, clock);
-            gpib = g.get();
-            g->after_write = after_write;
-            link.set_gpib_driver(std::move(g));
-            link.setup_488(setup);
-        } else {
-            link.set_serial_port(std::make_unique<HookedSerial>(sim, clock, after_write));
-            link.setup_rs232(setup);
-        }
-        clock.recording = true;
-        clock.pauses.clear();
-    }
-    // As connect_simulated, over GPIB through the adapter driver and a simulated adapter.
-    void connect_through_adapter(std::function<void()> after_write = [] {}) {
+    // As connect, over GPIB through the adapter driver and a simulated adapter, whose record of
+    // the bus then starts empty as well.
+    void connect_through_adapter() {
         adapter = std::make_unique<sim::PrologixAdapter>(sim, clock);
         link.set_gpib_driver(std::make_unique<PrologixDriver>(
-            std::make_unique<HookedAdapterStream>(*adapter, clock, after_write), clock));
+            std::make_unique<HookedAdapterStream>(*adapter, clock), clock));
         link.setup_488(setup);
+        adapter->bus.clear();
+        start_recording();
+    }
+    void start_recording() {
         clock.recording = true;
         clock.pauses.clear();
     }
@@ -216,6 +212,9 @@ struct Rig {
     }
     // Selects the entry of a pick list whose curve number is n.
     static void pick(ListField& list, int n) { list.selected = find_entry_by_number(list, n); }
+    void pick_all(int n) {
+        for (ListField* l : {&picks.read, &picks.write, &picks.remove}) pick(*l, n);
+    }
 
     TimelineClock clock;
     RecordingPrompts prompts;

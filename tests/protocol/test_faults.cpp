@@ -131,25 +131,6 @@ void PrintTo(const FaultRow& row, std::ostream* os) {
     if (row.cancel_after >= 0) *os << " cancelled after " << row.cancel_after;
 }
 
-// Where each model keeps the curve the rows read, write and erase.
-int location_of(InstrumentModel m) {
-    switch (m) {
-        case KOR:
-        case LUM:
-        case NAV:
-            return 11;
-        case KIP:
-            return 4;
-        case DUN:
-        case ELK:
-            return 6;
-        case HOX:
-            return sim::Instrument::kHoxLocation;
-        default:
-            return 21;
-    }
-}
-
 sim::SimCurve instrument_curve(InstrumentModel m, int points) {
     sim::SimCurve c{"INSTR", "S1", "", "2", "375", "1", {}};
     const auto set = profile(m).catalogue;
@@ -165,23 +146,21 @@ class Faults : public ::testing::TestWithParam<FaultRow> {};
 TEST_P(Faults, TellTheUserAndStopInTime) {
     const FaultRow& row = GetParam();
     Rig rig(row.model);
-    const int location = location_of(row.model);
+    const int location = user_location(row.model);
     if (row.model != HOX) rig.sim.store(location, instrument_curve(row.model, row.stored_points));
     ASSERT_TRUE(rig.sim.faults.parse(row.faults, row.bus == ADAPTER
                                                      ? sim::PrologixAdapter::kLinkBaud
                                                      : profile(row.model).serial.baud));
-    bool armed = false;
-    const auto after_write = [&] {
-        if (armed && row.cancel_after > 0 && rig.sim.commands_received() >= row.cancel_after)
-            rig.link.request_cancel();
-    };
     if (row.bus == ADAPTER)
-        rig.connect_through_adapter(after_write);
+        rig.connect_through_adapter();
     else
-        rig.connect_simulated(interface_of(row.bus), after_write);
+        rig.connect(interface_of(row.bus), true);
     ASSERT_EQ(rig.setup.interface, interface_of(row.bus))
         << ::testing::PrintToString(rig.prompts.texts());
-    armed = true;
+    rig.clock.after_write = [&] {
+        if (row.cancel_after > 0 && rig.sim.commands_received() >= row.cancel_after)
+            rig.link.request_cancel();
+    };
     if (row.cancel_after == 0) rig.link.request_cancel();
 
     std::vector<std::pair<double, double>> points;
@@ -189,27 +168,14 @@ TEST_P(Faults, TellTheUserAndStopInTime) {
     rig.load_curve(points);
     rig.header.name = "KEEP";
     rig.header.serial_number = "K1";
-    for (ListField* l : {&rig.picks.read, &rig.picks.write, &rig.picks.remove})
-        Rig::pick(*l, location);
+    rig.pick_all(location);
     const CurveRecord curve_before = rig.curve;
     const HeaderFields header_before = rig.header;
 
     const double start = rig.clock.now();
-    TransferResult result = DONE;
-    switch (row.proc) {
-        case Catalogue:
-            result = grab_curve_names(rig.session);
-            break;
-        case Read:
-            result = run_read_transfer(rig.session);
-            break;
-        case Write:
-            result = run_write_transfer(rig.session);
-            break;
-        case Delete:
-            result = run_delete_transfer(rig.session);
-            break;
-    }
+    TransferResult (*const procedures[])(Session&) = {grab_curve_names, run_read_transfer,
+                                                      run_write_transfer, run_delete_transfer};
+    const TransferResult result = procedures[static_cast<int>(row.proc)](rig.session);
     const double took = rig.clock.now() - start;
 
     EXPECT_EQ(rig.prompts.texts(), script(row.messages));
@@ -225,9 +191,7 @@ TEST_P(Faults, TellTheUserAndStopInTime) {
         EXPECT_EQ(rig.views.graphs, 1);
     } else {
         // Nothing but a whole read changes the window's curve and header.
-        EXPECT_EQ(rig.curve.breakpoint_count, curve_before.breakpoint_count);
-        EXPECT_EQ(rig.curve.sensor_units, curve_before.sensor_units);
-        EXPECT_EQ(rig.curve.temperatures, curve_before.temperatures);
+        EXPECT_EQ(rig.curve, curve_before);
         EXPECT_EQ(rig.header.name, header_before.name);
         EXPECT_EQ(rig.header.serial_number, header_before.serial_number);
         EXPECT_EQ(rig.views.graphs + rig.views.grids, 0);
@@ -247,7 +211,7 @@ TEST(DeadLine, ReasonAndNoSecondTry) {
         if (bus == ADAPTER)
             rig.connect_through_adapter();
         else
-            rig.connect_simulated(Interface::RS232);
+            rig.connect(Interface::RS232, true);
         rig.load_curve({{0.1, 300}, {0.2, 200}});
         Rig::pick(rig.picks.write, 21);
         Rig::pick(rig.picks.remove, 21);

@@ -91,8 +91,7 @@ TEST_P(Wire, LinesTerminatorsAndPauses) {
     rig.sim.store(
         location,
         {"OLD", "S", "", "3", "375", "2", {{"0.09062", "475.000"}, {"1.20000", "20.000"}}});
-    for (ListField* l : {&rig.picks.write, &rig.picks.remove, &rig.picks.read})
-        Rig::pick(*l, location);
+    rig.pick_all(location);
     rig.connect(row.interface);
     if (row.failing_write > 0)  // counted from the first write after the identification
         rig.sim.faults.write_fails_after = rig.gpib->writes() + row.failing_write - 1;

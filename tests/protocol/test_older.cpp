@@ -2,6 +2,8 @@
 // free-memory stops, the header field codes and how a one-line reply becomes the open curve.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "rig.h"
 
 namespace kelvara::test {
@@ -87,36 +89,30 @@ TEST(OlderWrite, CommandLinesWaitsAndMemoryStops) {
 // Deleting is destructive: every older instrument gets exactly its own erase line and wait, and
 // the location's entries fall back to the bare number.
 TEST(OlderDelete, EraseLineWaitAndBareNumberInTheLists) {
-    struct Row {
-        InstrumentModel model;
-        Interface bus;
-        int location;
-        std::string log, messages;
-    };
-    const std::vector<Row> rows = {
+    const std::tuple<InstrumentModel, Interface, int, std::string, std::string> rows[] = {
         {KOR, RS232, 11, "KCUR11|1.1", ""},     {LUM, RS232, 11, "KCUR11|0.6", ""},
         {NAV, GPIB, 23, "KCUR 23|0.1", ""},     {NAV, RS232, 23, "KCUR 23|0.6", ""},
         {KIP, RS232, 4, "XK04*|0.6", ""},       {ELK, GPIB, 6, "XK06*|0.1", ""},
         {DUN, RS232, 12, "XK12*|0.6", ""},      {HOX, RS232, -1, "ERASE!|20.1", ""},
         {KOR, GPIB, 11, "", kInvalidInterface},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(designation(row.model)) + " " + row.log);
-        Rig rig(row.model);
-        rig.connect(row.bus);
-        const std::string named = std::to_string(row.location) + " - OLD  SN1";
+    for (const auto& [model, bus, location, log, messages] : rows) {
+        SCOPED_TRACE(std::string(designation(model)) + " " + log);
+        Rig rig(model);
+        rig.connect(bus);
+        const std::string named = std::to_string(location) + " - OLD  SN1";
         for (ListField* list : {&rig.picks.read, &rig.picks.write, &rig.picks.remove}) {
-            Rig::pick(*list, row.location);
+            Rig::pick(*list, location);
             if (list->selected >= 0) list->entries[list->selected] = named;
         }
         run_delete_transfer(rig.session);
-        EXPECT_EQ(rig.clock.events, script(row.log, "", end_of(row.bus)));
-        EXPECT_EQ(rig.prompts.texts(), script(row.messages));
-        if (row.location < 0) continue;
-        const std::string bare = row.messages.empty() ? std::to_string(row.location) : named;
+        EXPECT_EQ(rig.clock.events, script(log, "", end_of(bus)));
+        EXPECT_EQ(rig.prompts.texts(), script(messages));
+        if (location < 0) continue;
+        const std::string bare = messages.empty() ? std::to_string(location) : named;
         for (ListField* list : {&rig.picks.read, &rig.picks.write, &rig.picks.remove}) {
-            EXPECT_EQ(list->entries[find_entry_by_number(*list, row.location)], bare);
-            if (row.messages.empty()) {
+            EXPECT_EQ(list->entries[find_entry_by_number(*list, location)], bare);
+            if (messages.empty()) {
                 EXPECT_EQ(list->selected, 0);
             }
         }
@@ -124,32 +120,28 @@ TEST(OlderDelete, EraseLineWaitAndBareNumberInTheLists) {
 }
 
 TEST(OlderWrite, XkHeaderFieldCodes) {
-    struct Row {
-        const char *interpolation, *setpoint;
-        bool checked;
-        std::string remembered, codes;
-    };
-    const std::vector<Row> rows = {
+    // Interpolation, setpoint, thermocouple box, the remembered character, the codes sent.
+    const std::tuple<const char*, const char*, bool, const char*, std::string> rows[] = {
         {"Lagrangian", "999", true, "", "L49"},
         {"Straight Line", "325", false, "5", " 05"},  // blank, then the remembered character
         {"Unknown", "1273", true, "5", " 99"},        // the checked box wins
         {"Unknown", "800", false, "", " 30"},         // nothing remembered
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.codes);
+    for (const auto& [interpolation, setpoint, checked, remembered, codes] : rows) {
+        SCOPED_TRACE(codes);
         Rig rig(KIP);
         rig.connect(RS232);
         rig.load_curve({{0.1, 300}, {0.25, 275}});
-        rig.header.interpolation.selected = rig.header.interpolation.find(row.interpolation);
-        rig.header.setpoint_list.selected = rig.header.setpoint_list.find(row.setpoint);
-        rig.header.thermocouple = row.checked;
-        rig.transfer.thermocouple_char = row.remembered;
+        rig.header.interpolation.selected = rig.header.interpolation.find(interpolation);
+        rig.header.setpoint_list.selected = rig.header.setpoint_list.find(setpoint);
+        rig.header.thermocouple = checked;
+        rig.transfer.thermocouple_char = remembered;
         rig.header.name = "N";
         rig.header.serial_number = "S";
         Rig::pick(rig.picks.write, 15);
         run_write_transfer(rig.session);
         ASSERT_GE(rig.clock.events.size(), 3u);
-        EXPECT_EQ(rig.clock.events[2], "XC15," + row.codes + "NS,0.10000,300.0,0.25000,275.0*\r\n");
+        EXPECT_EQ(rig.clock.events[2], "XC15," + codes + "NS,0.10000,300.0,0.25000,275.0*\r\n");
     }
 }
 
