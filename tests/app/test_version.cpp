@@ -1,6 +1,6 @@
 // What each program says about itself: --version gives the version of CMake's project() (the
 // package's, the manual pages' and the one users report) and --help its usage, both without a
-// display; and "--gpib-library simulated" finds the simulated library without any path.
+// display.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
@@ -44,17 +44,6 @@ TEST(Programs, TellTheirVersionAndUsage) {
         const CliRun help = run_without_display("'" + path + "' --help");
         EXPECT_EQ(help.status, 0);
         EXPECT_EQ(help.out.rfind("Usage: " + name + " ", 0), 0u) << help.out;
-    }
-}
-
-TEST(Programs, FindTheSimulatedGpibLibraryByName) {
-    Scratch s;
-    for (const char* option : {"--gpib-library simulated", "--gpib-library=simulated"}) {
-        SCOPED_TRACE(option);
-        const CliRun r =
-            s.cli(std::string("identify --model KIP --gpib 12 ") + option, "KELVARA_SIM_MODEL=KIP");
-        EXPECT_EQ(r.status, 0) << r.err;
-        EXPECT_EQ(r.out, "KIP identified on GPIB address 12\n");
     }
 }
 
