@@ -51,13 +51,17 @@ class Scratch {
     std::string path(const std::string& name) const { return (dir_ / name).string(); }
 
     // Runs kelvara-cli in the scratch directory; the shell splits `arguments`, and `environment`
-    // ("NAME=value ...") goes in front. With signal > 0 the signal is sent after `signal_after`
-    // seconds and `seconds` counts from then.
+    // ("NAME=value ...") goes in front.
     CliRun cli(const std::string& arguments, const std::string& environment = "", int signal = 0,
                double signal_after = 0) const {
-        const std::string command = "cd '" + dir_.string() + "' && " + environment +
-                                    " exec '" KELVARA_CLI_PATH "' " + arguments +
-                                    " >.out 2>.err </dev/null";
+        return run(environment + " exec '" KELVARA_CLI_PATH "' " + arguments, signal, signal_after);
+    }
+
+    // Runs a shell command in the scratch directory. With signal > 0 the signal is sent after
+    // `signal_after` seconds and `seconds` counts from then.
+    CliRun run(const std::string& shell_command, int signal = 0, double signal_after = 0) const {
+        const std::string command =
+            "cd '" + dir_.string() + "' && " + shell_command + " >.out 2>.err </dev/null";
         using clock = std::chrono::steady_clock;
         auto start = clock::now();
         const pid_t child = ::fork();
