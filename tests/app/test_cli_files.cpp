@@ -20,10 +20,6 @@ const std::string kTaz =
 TEST(CliFiles, ShowAndConvert) {
     Scratch s;
     s.put("c.taz", kTaz);
-    std::string lf = "\xEF\xBB\xBF" + kTaz;  // as saved on Linux by an editor that marks UTF-8
-    for (size_t at = lf.find("\r\n"); at != std::string::npos; at = lf.find("\r\n", at))
-        lf.erase(at, 1);
-    s.put("lf.taz", lf);
     s.put("c.dun", "XC06,S29MYSENSOR 123456,0.12345,300.0,0.23456,250.0*\r\n");
     s.put("c.nav",
           "Sensor Model:   ABCDEFGHIJKL\r\nSerial Number:  12345678\r\n"
@@ -65,10 +61,6 @@ TEST(CliFiles, ShowAndConvert) {
         EXPECT_EQ(row.output.empty() ? r.out : s.get(row.output), row.bytes);
         EXPECT_EQ(r.err, row.err);
     }
-    // LF line ends and a byte-order mark read as the CR LF original.
-    const CliRun from_lf = s.cli("show --model TAZ lf.taz");
-    EXPECT_EQ(from_lf.status, 0);
-    EXPECT_EQ(from_lf.out, s.cli("show --model TAZ c.taz").out);
 }
 
 // Exit status 1 when the operation failed, 2 for a usage error; the reason goes to stderr.

@@ -34,10 +34,6 @@ const Row kRows[] = {
      "KIP identified on GPIB address 12\n"},
     {"", "KELVARA_SIM_MODEL=KIP", "--model KIP --gpib 12 --gpib-library=simulated", 0,
      "KIP identified on GPIB address 12\n"},
-    {"", "KELVARA_SIM_MODEL=TAZ KELVARA_SIM_FAULTS=clear=10", "--model TAZ " + kGpib, 0,
-     "TAZ identified on GPIB address 12\n"},
-    {"", "KELVARA_SIM_MODEL=TAZ KELVARA_SIM_FAULTS=clear=11", "--model TAZ " + kGpib, 1,
-     "Problem talking to instrument (ilclr). Continuing to work offline.\n"},
     {"", "", "--model TAZ --gpib 12 --gpib-library /nonexistent/libgpib.so", 1,
      kIldev + "kelvara-cli identify: no GPIB library: /nonexistent/libgpib.so: cannot open shared "
      "object file: No such file or directory\n"},
