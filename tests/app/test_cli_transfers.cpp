@@ -50,16 +50,18 @@ struct Trip {
     Link link;
     int location;
     std::string steps;  // w: write; r: read back as `back`; l: listed; d: deleted, then not read
-    std::string in, back, write_options = "";
+    std::string in, back = "", write_options = "";
 };
 
 // The last user location of each GPIB model, and the procedures' full round trips.
 std::vector<Trip> trips() {
     std::vector<Trip> t = {
         {"FEN", Pty, 21, "wr", kTaz, kTaz},
-        // The name goes out unpadded, so the serial number follows it on the wire.
-        {"LUM", Pty, 11, "wrld", nav("CLI-TEST", "SN77", "Unknown"),
+        // The name goes out unpadded, so the serial number follows it on the wire. The catalogue
+        // and the delete on a simulator of their own, at the same time.
+        {"LUM", Pty, 11, "wr", nav("CLI-TEST", "SN77", "Unknown"),
          nav("CLI-TESTS", "N77", "Unknown")},
+        {"LUM", Pty, 11, "wld", nav("CLI-TEST", "SN77", "Unknown")},
         {"ELK", Library, 8, "wr", kPlatinum, platinum_back("0.20000", "3.50000")},
         {"ELK", Library, 8, "wr", kPlatinum, platinum_back("20.0000", "350.000"), "--no-scaling"},
         {"ELK", Library, 8, "wr", kPlatinum, platinum_back("0.02000", "0.35000"),
