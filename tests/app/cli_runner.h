@@ -1,20 +1,23 @@
 // Runs kelvara-cli as a user runs it, from a scratch directory of its own, and kelvara-sim on a
-// pseudo-terminal.
+// pseudo-terminal or a TCP port.
 #pragma once
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace cli_test {
 
@@ -47,13 +50,18 @@ class Scratch {
     bool exists(const std::string& name) const { return fs::exists(dir_ / name); }
     std::string path(const std::string& name) const { return (dir_ / name).string(); }
 
-    // As cli(), timing the program and the processor time it used; with signal > 0 the signal
-    // is sent after `signal_after` seconds and `seconds` counts from then.
-    CliRun cli_timed(const std::string& arguments, const std::string& environment = "",
-                     int signal = 0, double signal_after = 0) const {
-        const std::string command = "cd '" + dir_.string() + "' && " + environment +
-                                    " exec '" KELVARA_CLI_PATH "' " + arguments +
-                                    " >.out 2>.err </dev/null";
+    // Runs kelvara-cli in the scratch directory; the shell splits `arguments`, and `environment`
+    // ("NAME=value ...") goes in front.
+    CliRun cli(const std::string& arguments, const std::string& environment = "", int signal = 0,
+               double signal_after = 0) const {
+        return run(environment + " exec '" KELVARA_CLI_PATH "' " + arguments, signal, signal_after);
+    }
+
+    // Runs a shell command in the scratch directory. With signal > 0 the signal is sent after
+    // `signal_after` seconds and `seconds` counts from then.
+    CliRun run(const std::string& shell_command, int signal = 0, double signal_after = 0) const {
+        const std::string command =
+            "cd '" + dir_.string() + "' && " + shell_command + " >.out 2>.err </dev/null";
         using clock = std::chrono::steady_clock;
         auto start = clock::now();
         const pid_t child = ::fork();
@@ -75,26 +83,16 @@ class Scratch {
                 cpu(usage.ru_utime) + cpu(usage.ru_stime)};
     }
 
-    // Runs kelvara-cli in the scratch directory; the shell splits `arguments`, and `environment`
-    // ("NAME=value ...") goes in front.
-    CliRun cli(const std::string& arguments, const std::string& environment = "") const {
-        const std::string command = "cd '" + dir_.string() + "' && " + environment +
-                                    " '" KELVARA_CLI_PATH "' " + arguments +
-                                    " >.out 2>.err </dev/null";
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, get(".out"), get(".err")};
-    }
-
   private:
     fs::path dir_;
-    static inline int count_ = 0;
+    static inline std::atomic<int> count_ = 0;
 };
 
 // kelvara-sim serving one instrument while the object lives; `arguments` are split by the shell.
 class Simulator {
   public:
     explicit Simulator(const std::string& arguments)
-        : out_(::popen(("echo $$; exec '" KELVARA_SIM_PATH "' " + arguments).c_str(), "r")) {
+        : out_(::popen(("echo $$; exec '" KELVARA_SIM_PATH "' " + arguments).c_str(), "re")) {
         // The shell's process id becomes the simulator's; then it prints the device to open.
         char line[256];
         if (out_ && std::fgets(line, sizeof line, out_)) pid_ = std::atoi(line);
@@ -107,6 +105,13 @@ class Simulator {
     }
     const std::string& device() const { return device_; }
 
+    // `text` with every "{dev}" replaced by the device.
+    std::string put_device(std::string text) const {
+        for (std::size_t at; (at = text.find("{dev}")) != std::string::npos;)
+            text.replace(at, 5, device_);
+        return text;
+    }
+
   private:
     FILE* out_;
     pid_t pid_ = 0;
@@ -115,5 +120,14 @@ class Simulator {
 
 // The options that reach the instrument at GPIB address 12 through the simulated library.
 inline const std::string kGpib = "--gpib 12 --gpib-library '" KELVARA_SIM_GPIB_PATH "'";
+
+// Runs `run` on every row at once: the programs spend their time in the instruments' pauses.
+template <typename Rows, typename Run>
+void in_parallel(const Rows& rows, Run run) {
+    std::vector<std::future<void>> runs;
+    for (const auto& row : rows)
+        runs.push_back(std::async(std::launch::async, [&run, &row] { run(row); }));
+    for (auto& r : runs) r.get();
+}
 
 }  // namespace cli_test

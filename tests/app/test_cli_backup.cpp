@@ -2,6 +2,8 @@
 // FEN behind the simulated GPIB library whose curves live in a state file between the runs.
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "cli_runner.h"
 
 namespace {
@@ -12,32 +14,38 @@ const std::string kCurve =
     "Name: E2E-BACKUP\r\nSerial number: SN-9\r\nFormat: 2             ; Volts vs. Kelvin\r\n"
     "Limit: 375\r\nCoefficient: 1        ; Negative\r\nPoint 1: 0.10000,390.000\r\n"
     "Point 2: 0.20000,380.000\r\n";
+const std::string kEnv = "KELVARA_SIM_STATE=state KELVARA_SIM_MODEL=FEN";
+const std::string kFen = " --model FEN " + kGpib + " ";
 
-TEST(CliBackup, CheckedWritesThenBackupDeleteRestore) {
+// The instrument stores point 2 one kelvin off: the check says so, unless told not to check.
+void checked_writes() {
     Scratch s;
     s.put("in.TZA", kCurve);
-    const std::string env = "KELVARA_SIM_STATE=state KELVARA_SIM_MODEL=FEN";
-    const std::string fen = " --model FEN " + kGpib + " ";
-
-    CliRun r = s.cli("write" + fen + "--location 21 in.TZA", env);
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.err, "");
-    // The instrument stores point 2 one kelvin off: the check says so, unless told not to check.
-    r = s.cli("write" + fen + "--location 28 in.TZA", env + " KELVARA_SIM_FAULTS=corrupt=2");
+    const std::string corrupt = kEnv + " KELVARA_SIM_FAULTS=corrupt=2";
+    CliRun r = s.cli("write" + kFen + "--location 28 in.TZA", corrupt);
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.err,
               "The instrument does not hold the curve as it was sent:\n"
               "point 2: sent .200000, 380.000; instrument holds .200000, 381.000\n");
-    r = s.cli("write" + fen + "--no-verify --location 28 in.TZA",
-              env + " KELVARA_SIM_FAULTS=corrupt=2");
+    r = s.cli("write" + kFen + "--no-verify --location 28 in.TZA", corrupt);
     EXPECT_EQ(r.status, 0) << r.err;
-    r = s.cli("compare" + fen + "--location 28 in.TZA", env);
+    r = s.cli("compare" + kFen + "--location 28 in.TZA", kEnv);
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.out,
               "The instrument does not hold the curve as a write would send it:\n"
               "point 2: would send .200000, 380.000; instrument holds .200000, 381.000\n");
+}
 
-    r = s.cli("backup" + fen + "saved", env);
+TEST(CliBackup, CheckedWritesThenBackupDeleteRestore) {
+    std::thread checks(checked_writes);  // on an instrument of its own, at the same time
+    Scratch s;
+    s.put("in.TZA", kCurve);
+    for (const char* n : {"21", "28"}) {
+        const CliRun r = s.cli("write" + kFen + "--location " + n + " in.TZA", kEnv);
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.err, "");
+    }
+    CliRun r = s.cli("backup" + kFen + "saved", kEnv);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out,
               "location 21: saved in 21.TAZ (E2E-BACKUP, SN-9, 2 points)\n"
@@ -45,16 +53,16 @@ TEST(CliBackup, CheckedWritesThenBackupDeleteRestore) {
               "empty, nothing to save: 22 23 24 25 26 27\n");
     EXPECT_NE(s.get("saved/backup.txt").find("28\tE2E-BACKUP\tSN-9\t2\t28.TAZ\n"),
               std::string::npos);
-    for (const char* n : {"21", "28"})
-        ASSERT_EQ(s.cli("delete" + fen + "--location " + n, env).status, 0);
+    EXPECT_EQ(s.cli("delete" + kFen + "--location 28", kEnv).status, 0);
 
-    r = s.cli("restore" + fen + "saved", env);
+    r = s.cli("restore" + kFen + "saved", kEnv);
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out,
               "location 21 (21.TAZ): written and verified\n"
               "location 28 (28.TAZ): written and verified\n");
-    r = s.cli("compare" + fen + "--location 28 saved/28.TAZ", env);
+    r = s.cli("compare" + kFen + "--location 28 saved/28.TAZ", kEnv);
     EXPECT_EQ(r.status, 0) << r.out;
+    checks.join();
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
-// kelvara-cli identify against the simulator on a pseudo-terminal, through the simulated GPIB
-// library loaded at run time, and in-process with --simulate.
+// kelvara-cli identify against the simulator on a pseudo-terminal, behind its simulated GPIB
+// adapters (USB and TCP), through the simulated GPIB library loaded at run time, and in-process
+// with --simulate; and the ways an opening fails.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -10,53 +11,78 @@ namespace {
 
 using namespace cli_test;
 
+struct Row {
+    std::string simulator;    // kelvara-sim's arguments ("": none)
+    std::string environment;  // for the simulated GPIB library
+    std::string arguments;    // "{dev}": what the simulator serves on
+    int status;
+    std::string text;  // stdout on success, else stderr
+};
+
+const std::string kIldev = "Problem talking to instrument (ildev). Continuing to work offline.\n";
+const std::string kWrong =
+    "Wrong model number received from instrument. Continuing to work offline.\n";
+// clang-format off
+const Row kRows[] = {
+    {"--model TAZ", "", "--model TAZ --serial {dev}", 0, "TAZ identified on {dev} (9600,O,7,1)\n"},
+    {"--model ELK --faults split=4", "", "--model ELK --serial {dev}", 0,
+     "ELK identified on {dev} (1200,O,7,1)\n"},
+    {"--model TAZ --identity 'TESSALY,MODEL FEN,1,1'", "", "--model TAZ --serial {dev}", 1, kWrong},
+    {"", "KELVARA_SIM_MODEL=KIP", "--model KIP " + kGpib, 0, "KIP identified on GPIB address 12\n"},
+    // "simulated" names the library installed with the program.
+    {"", "KELVARA_SIM_MODEL=KIP", "--model KIP --gpib 12 --gpib-library simulated", 0,
+     "KIP identified on GPIB address 12\n"},
+    {"", "KELVARA_SIM_MODEL=KIP", "--model KIP --gpib 12 --gpib-library=simulated", 0,
+     "KIP identified on GPIB address 12\n"},
+    {"", "", "--model TAZ --gpib 12 --gpib-library /nonexistent/libgpib.so", 1,
+     kIldev + "kelvara-cli identify: no GPIB library: /nonexistent/libgpib.so: cannot open shared "
+     "object file: No such file or directory\n"},
+    // --simulate takes the interface the communication dialog preselects for the model.
+    {"", "", "--model taz --simulate", 0, "TAZ identified on the simulated instrument over GPIB\n"},
+    {"", "", "--model HOX --simulate", 0,
+     "HOX identified on the simulated instrument over RS-232\n"},
+    {"--model TAZ --prologix", "", "--model TAZ --gpib 12 --prologix {dev}", 0,
+     "TAZ identified on GPIB address 12 through the adapter on {dev} (Kelvara simulated "
+     "GPIB-USB adapter version 1.0)\n"},
+    {"--model KIP --prologix-tcp 0", "", "--model KIP --gpib 30 --prologix-host {dev}", 0,
+     "KIP identified on GPIB address 30 through the adapter on {dev} (Kelvara simulated "
+     "GPIB-ETHERNET adapter version 1.0)\n"},
+    // The instrument itself on the line: nobody answers "++ver" for five seconds.
+    {"--model TAZ", "", "--model TAZ --gpib 12 --prologix {dev}", 1,
+     kIldev + "kelvara-cli identify: GPIB adapter {dev}: no reply to ++ver: no "
+     "Prologix-compatible adapter there\n"},
+    {"--model TAZ --prologix", "", "--model TAZ --gpib 31 --prologix {dev}", 1,
+     kIldev + "kelvara-cli identify: GPIB adapter {dev}: GPIB address 31 is not one of the "
+     "adapter's 0 to 30\n"},
+    {"", "", "--model TAZ --gpib 12 --prologix-host 127.0.0.1:1", 1,
+     kIldev + "kelvara-cli identify: GPIB adapter 127.0.0.1:1: Connection refused\n"},
+    {"", "", "--model TAZ --gpib 12 --prologix /nonexistent/ttyUSB0", 1,
+     kIldev + "kelvara-cli identify: GPIB adapter /nonexistent/ttyUSB0: No such file or "
+     "directory\n"},
+    {"", "", "--model TAZ --port 1 --prologix /dev/ttyUSB0", 2,
+     "kelvara-cli identify: --gpib-library, --prologix and --prologix-host go with --gpib\n"},
+    {"", "", "--model TAZ --gpib 1 --prologix /dev/ttyUSB0 --prologix-host lab", 2,
+     "kelvara-cli identify: choose one of --gpib-library, --prologix and --prologix-host\n"},
+};
+// clang-format on
+
 TEST(CliIdentify, AnswersAsTheModelOrWorksOffline) {
-    struct Row {
-        std::string bus;        // "pty", "gpib" or "" (the arguments name the link)
-        std::string simulator;  // kelvara-sim's arguments, or the GPIB library's environment
-        std::string arguments;
-        int status;
-        std::string text;  // stdout on success, else stderr; "{dev}" is the pseudo-terminal
-    };
-    const Row rows[] = {
-        {"pty", "--model TAZ", "--model TAZ", 0, "TAZ identified on {dev} (9600,O,7,1)\n"},
-        {"pty", "--model ELK --faults split=4", "--model ELK", 0,
-         "ELK identified on {dev} (1200,O,7,1)\n"},
-        {"pty", "--model TAZ --identity 'TESSALY,MODEL FEN,1,1'", "--model TAZ", 1,
-         "Wrong model number received from instrument. Continuing to work offline.\n"},
-        {"gpib", "KELVARA_SIM_MODEL=KIP", "--model KIP", 0, "KIP identified on GPIB address 12\n"},
-        {"gpib", "KELVARA_SIM_MODEL=TAZ KELVARA_SIM_FAULTS=clear=10", "--model TAZ", 0,
-         "TAZ identified on GPIB address 12\n"},
-        {"gpib", "KELVARA_SIM_MODEL=TAZ KELVARA_SIM_FAULTS=clear=11", "--model TAZ", 1,
-         "Problem talking to instrument (ilclr). Continuing to work offline.\n"},
-        {"", "", "--model TAZ --gpib 12 --gpib-library /nonexistent/libgpib.so", 1,
-         "Problem talking to instrument (ildev). Continuing to work offline.\n"
-         "kelvara-cli identify: no GPIB library: /nonexistent/libgpib.so: cannot open shared "
-         "object file: No such file or directory\n"},
-        // --simulate takes the interface the communication dialog preselects for the model.
-        {"", "", "--model taz --simulate", 0,
-         "TAZ identified on the simulated instrument over GPIB\n"},
-        {"", "", "--model HOX --simulate", 0,
-         "HOX identified on the simulated instrument over RS-232\n"},
-    };
-    Scratch s;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.simulator + " " + row.arguments);
-        std::string arguments = "identify " + row.arguments, text = row.text;
+    in_parallel(kRows, [](const Row& row) {
+        SCOPED_TRACE(row.simulator + " " + row.environment + " " + row.arguments);
+        Scratch s;
         std::unique_ptr<Simulator> sim;
-        if (row.bus == "gpib") arguments += " " + kGpib;
-        if (row.bus == "pty") {
+        std::string arguments = row.arguments, text = row.text;
+        if (!row.simulator.empty()) {
             sim = std::make_unique<Simulator>(row.simulator);
             ASSERT_FALSE(sim->device().empty());
-            arguments += " --serial " + sim->device();
-            if (const auto at = text.find("{dev}"); at != std::string::npos)
-                text.replace(at, 5, sim->device());
+            arguments = sim->put_device(arguments);
+            text = sim->put_device(text);
         }
-        const CliRun r = s.cli(arguments, row.bus == "gpib" ? row.simulator : "");
+        const CliRun r = s.cli("identify " + arguments, row.environment);
         EXPECT_EQ(r.status, row.status);
         EXPECT_EQ(row.status == 0 ? r.out : r.err, text);
         EXPECT_EQ(row.status == 0 ? r.err : r.out, "");
-    }
+    });
 }
 
 }  // namespace

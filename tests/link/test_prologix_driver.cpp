@@ -207,35 +207,22 @@ TEST(PrologixTraffic, ReadsToTheEndMarkWithinTheTimeOutAndFillsNoMoreThanTheBuff
         replies.resize(asks);  // nothing comes for the asks after the given replies
         return replies;
     };
+    // clang-format off
     const Row rows[] = {
-        {"whole",
-         {{{0.02, "TESSALY,MODEL TAZ\r\n\x04"}}},
-         80,
-         "TESSALY,MODEL TAZ\r\n",
-         CMPL | END,
-         1,
+        {"whole", {{{0.02, "TESSALY,MODEL TAZ\r\n\x04"}}}, 80, "TESSALY,MODEL TAZ\r\n", CMPL | END, 1,
          0.03},
-        {"pieces",
-         {{{0.02, "AB"}, {0.5, "C\r\n"}, {0.9, "\x04"}}},
-         80,
-         "ABC\r\n",
-         CMPL | END,
-         1,
+        {"pieces", {{{0.02, "AB"}, {0.5, "C\r\n"}, {0.9, "\x04"}}}, 80, "ABC\r\n", CMPL | END, 1,
          0.91},
         {"exactly the buffer", {{{0, "12345\x04"}}}, 5, "12345", CMPL | END, 1, 0.01},
-        {"later than the adapter waits",
-         {{}, {}, {{0.1, "late\r\n\x04"}}},
-         80,
-         "late\r\n",
-         CMPL | END,
-         3,
-         2.5},
+        {"later than the adapter waits", {{}, {}, {{0.1, "late\r\n\x04"}}}, 80, "late\r\n",
+         CMPL | END, 3, 2.5},
         {"silent", silent({}, 9), 80, "", ERR | TIMO, 9, 10.0},
         {"no EOI", silent({{{0, "abc\r\n"}}}, 9), 80, "abc\r\n", ERR | TIMO, 9, 10.0},
         {"past the buffer", {{{0, x100 + "\r\n\x04"}}}, 80, std::string(80, 'x'), CMPL, 1, 0.01},
         {"past the buffer without EOI", {{{0, x100}}}, 80, std::string(80, 'x'), CMPL, 1, 1.2},
         {"bytes after the mark", {{{0, "ok\r\n\x04stray"}}}, 80, "ok\r\n", CMPL | END, 1, 0.01},
     };
+    // clang-format on
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         Rig rig;

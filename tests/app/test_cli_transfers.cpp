@@ -1,0 +1,141 @@
+// kelvara-cli write, read, list and delete in real time against kelvara-sim on a pseudo-terminal,
+// behind its simulated GPIB adapters (USB on a pseudo-terminal, Ethernet on TCP) and through the
+// simulated GPIB library. Every GPIB model writes through both adapter kinds (the write reads the
+// curve back to check it); each read, delete and catalogue procedure goes the whole way round.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "cli_runner.h"
+
+namespace {
+
+using namespace cli_test;
+
+// In the layout the file writer gives, so that a curve reads back byte for byte.
+const std::string kTaz =
+    "Sensor Model:   E2E\r\nSerial Number:  SN-7\r\n"
+    "Data Format:    3      (Ohms vs. Kelvin)\r\nSetPoint Limit: 325.0      (Kelvin)\r\n"
+    "Temperature coefficient:  2 (Positive)\r\nNumber of Breakpoints:   3\r\n\r\n"
+    "No.   Units      Temperature (K)\r\n\r\n"
+    "  1  1.23456         4.200\r\n  2  100.500        77.350\r\n  3  1000.00       300.000\r\n";
+std::string nav(const std::string& name, const std::string& serial,
+                const std::string& interpolation,
+                const std::string& points =
+                    "  1  0.10800       475.0\r\n  2  1.00000        77.4\r\n"
+                    "  3  1.60000         4.2\r\n") {
+    return "Sensor Model:   " + name + "\r\nSerial Number:  " + serial +
+           "\r\nInterpolation Method:   " + interpolation +
+           "\r\nSetPoint Limit: 800.0      (Kelvin)\r\nData Format:    0      \r\n"
+           "Number of Breakpoints:   " +
+           std::to_string(std::count(points.begin(), points.end(), '\n')) +
+           "\r\n\r\nNo.   Units      Temperature (K)\r\n\r\n" + points;
+}
+// The older instruments keep name and serial number in one field and split it after nine.
+const std::string kNav = nav("CLI-TESTS", "N77", "Straight Line");
+// A platinum curve ending at 350 ohms: by default the ohms go to the instrument divided by 100.
+// Read back, the short name and serial number share the name field and the serial number is empty.
+const std::string kPlatinum =
+    nav("PT-100", "P1", "Unknown", "  1 20.00000        30.0\r\n  2 350.00000       900.0\r\n");
+std::string platinum_back(const std::string& first, const std::string& last) {
+    return nav("PT-100P1", "no number", "Straight Line",
+               "  1  " + first + "        30.0\r\n  2  " + last + "       900.0\r\n");
+}
+
+enum Link { Pty, Usb, Tcp, Library };
+
+struct Trip {
+    std::string model;
+    Link link;
+    int location;
+    std::string steps;  // w: write; r: read back as `back`; l: listed; d: deleted, then not read
+    std::string in, back = "", write_options = "";
+};
+
+// The last user location of each GPIB model, and the procedures' full round trips.
+std::vector<Trip> trips() {
+    std::vector<Trip> t = {
+        {"FEN", Pty, 21, "wr", kTaz, kTaz},
+        // The name goes out unpadded, so the serial number follows it on the wire. The catalogue
+        // and the delete on a simulator of their own, at the same time.
+        {"LUM", Pty, 11, "wr", nav("CLI-TEST", "SN77", "Unknown"),
+         nav("CLI-TESTS", "N77", "Unknown")},
+        {"LUM", Pty, 11, "wld", nav("CLI-TEST", "SN77", "Unknown")},
+        {"ELK", Library, 8, "wr", kPlatinum, platinum_back("0.20000", "3.50000")},
+        {"ELK", Library, 8, "wr", kPlatinum, platinum_back("20.0000", "350.000"), "--no-scaling"},
+        {"ELK", Library, 8, "wr", kPlatinum, platinum_back("0.02000", "0.35000"),
+         "--units-factor 0.001"},
+    };
+    const std::vector<Trip> models = {
+        {"TAZ", Usb, 60, "wrd", kTaz, kTaz},
+        {"FEN", Usb, 28, "wrld", kTaz, kTaz},
+        {"GIR", Usb, 59, "w", kTaz, kTaz},
+        {"MEP", Usb, 35, "wrld", kTaz, kTaz},
+        {"OBR", Usb, 41, "wrld", kTaz, kTaz},
+        {"PIX", Usb, 41, "w", kTaz, kTaz},
+        {"QUA", Usb, 59, "w", kTaz, kTaz},
+        {"VEM", Usb, 59, "w", kTaz, kTaz},
+        {"WUN", Usb, 20, "w", kTaz, kTaz},
+        {"ZEK", Usb, 59, "w", kTaz, kTaz},
+        {"NAV", Usb, 31, "wrld", kNav, nav("CLI-TESTS", "N77", "Unknown")},
+        {"KIP", Usb, 15, "wrld", kNav, kNav},
+        {"DUN", Usb, 31, "w", kNav, kNav},
+        {"ELK", Usb, 31, "w", kNav, kNav},
+    };
+    for (const Link link : {Usb, Tcp})
+        for (Trip trip : models) {
+            trip.link = link;
+            t.push_back(trip);
+        }
+    return t;
+}
+
+TEST(CliTransfers, WriteReadListDelete) {
+    in_parallel(trips(), [](const Trip& row) {
+        SCOPED_TRACE(row.model + " " + std::to_string(row.link) + " " + row.write_options);
+        Scratch s;
+        std::unique_ptr<Simulator> sim;
+        std::string environment, link = " --model " + row.model + " ";
+        if (row.link == Library) {
+            environment = "KELVARA_SIM_STATE=state KELVARA_SIM_MODEL=" + row.model;
+            link += kGpib;
+        } else {
+            const char* kinds[] = {"", " --prologix", " --prologix-tcp 0"};
+            sim = std::make_unique<Simulator>("--model " + row.model + kinds[row.link]);
+            ASSERT_FALSE(sim->device().empty());
+            const char* options[] = {"--serial ", "--gpib 7 --prologix ",
+                                     "--gpib 7 --prologix-host "};
+            link += options[row.link] + sim->device();
+        }
+        const std::string at = " --location " + std::to_string(row.location) + " ";
+        const std::string file = row.in.find("Interpolation") == std::string::npos ? "taz" : "nav";
+        s.put("in." + file, row.in);
+
+        CliRun r = s.cli("write" + link + at + row.write_options + " in." + file, environment);
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.err, "");
+        if (row.steps.find('r') != std::string::npos) {
+            r = s.cli("read" + link + at + "back." + file, environment);
+            ASSERT_EQ(r.status, 0) << r.err;
+            EXPECT_EQ(s.get("back." + file), row.back);
+        }
+        if (row.steps.find('l') != std::string::npos) {
+            r = s.cli("list" + link, environment);
+            ASSERT_EQ(r.status, 0) << r.err;
+            char number[8];
+            std::snprintf(number, sizeof number, "\n%02d - ", row.location);
+            const std::string name = file == "taz" ? "E2E  SN-7\n" : "CLI-TESTS\n";
+            EXPECT_NE(("\n" + r.out).find(number + name), std::string::npos) << r.out;
+        }
+        if (row.steps.find('d') != std::string::npos) {
+            r = s.cli("delete" + link + at, environment);
+            ASSERT_EQ(r.status, 0) << r.err;
+            r = s.cli("read" + link + at + "gone." + file, environment);
+            EXPECT_EQ(r.status, 1);
+            EXPECT_FALSE(s.exists("gone." + file));
+        }
+    });
+}
+
+}  // namespace
