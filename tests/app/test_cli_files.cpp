@@ -10,7 +10,7 @@ namespace {
 using namespace cli_test;
 
 const std::string kTaz =
-    "Sensor Model:   He said \"hi\"\\\r\nSerial Number:  D\xe9\r\n"
+    "Sensor Model:   He said \"hi\"\\\r\nSerial Number:  D\x80\xe9\r\n"
     "Data Format:    2      (Volts vs. Kelvin)\r\nSetPoint Limit: 475.5      (Kelvin)\r\n"
     "Temperature coefficient:  1 (Negative)\r\nNumber of Breakpoints:   2\r\n\r\n"
     "No.   Units      Temperature (K)\r\n\r\n"
@@ -33,7 +33,7 @@ TEST(CliFiles, ShowAndConvert) {
     };
     const Row rows[] = {
         {"show --model taz c.taz", "",
-         R"({"model":"TAZ","name":"He said \"hi\"\\","serial_number":"D\u00e9","data_format":2,)"
+         R"({"model":"TAZ","name":"He said \"hi\"\\","serial_number":"D\u20ac\u00e9","data_format":2,)"
          R"("setpoint_limit":"475.5","temperature_coefficient":1,"interpolation_method":"",)"
          R"("thermocouple":false,"nav_format_code":0,"dun_format_char":"","breakpoint_count":2,)"
          R"("points":[[0.12345,77.35],[1e-05,300]]})"
@@ -47,7 +47,7 @@ TEST(CliFiles, ShowAndConvert) {
          "\n",
          ""},
         {"convert --model TAZ c.taz o.TZA", "o.TZA",
-         "Name: He said \"hi\"\\\r\nSerial number: D\xe9\r\nFormat: 2             ; Volts vs. "
+         "Name: He said \"hi\"\\\r\nSerial number: D\x80\xe9\r\nFormat: 2             ; Volts vs. "
          "Kelvin\r\nLimit: 475.50\r\nCoefficient: 2        ; Positive\r\n"
          "Point 1: .123450,77.4\r\nPoint 2: .000010,300.0\r\n",
          ""},
