@@ -18,6 +18,13 @@ using namespace kelvara::test;
 namespace {
 const char* kAskWrite = "Do you really want to write to this curve location?";
 const char* kCompleted = "Curve writing to instrument completed.";
+
+// Where the read list shows the location the last write went to (the write list's first).
+int read_index_of_written(Harness& h) {
+    const auto& reads = h.w().pick_lists().read.entries;
+    return int(std::find(reads.begin(), reads.end(), h.w().pick_lists().write.entries[0]) -
+               reads.begin());
+}
 }  // namespace
 
 class TestInstrumentCommands : public QObject {
@@ -31,15 +38,13 @@ class TestInstrumentCommands : public QObject {
         Harness h;
         QVERIFY(h.start(InstrumentModel::TAZ, 1));
         QCOMPARE(h.w().link().interface(), Interface::GPIB);
-        for (const char* b : {"Command3", "Command4", "Command5"})
-            QVERIFY(h.find<QPushButton>(b)->isEnabled());
+        QVERIFY(h.online_commands_enabled());
         // The catalogue was read at start-up.
         QCOMPARE(int(h.w().pick_lists().read.entries.size()), 61);
         for (const auto& e : h.w().pick_lists().read.entries)
             QVERIFY2(e.find(" - ") != std::string::npos, e.c_str());
         QVERIFY(h.prompts.shown.empty());
-        h.files.push_back(tza_file(dir, 5));
-        h.w().Command1_Click();
+        h.read_file(tza_file(dir, 5));
         sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
         QVERIFY(!sim->curve(21));
 
@@ -66,13 +71,8 @@ class TestInstrumentCommands : public QObject {
         QVERIFY(h.w().pick_lists().write.entries[0].rfind("21 - CURVE1", 0) == 0);
 
         // Read it back over another curve; the read list shows the new entry too.
-        h.files.push_back(tza_file(dir, 3, "OTHER"));
-        h.w().Command1_Click();
-        const auto& reads = h.w().pick_lists().read.entries;
-        const auto at = std::find(reads.begin(), reads.end(), h.w().pick_lists().write.entries[0]);
-        h.script.expect("pickreadcurve", pick(int(at - reads.begin())))
-            .expect("readcurve", run_timed());
-        h.w().Command3_Click();
+        h.read_file(tza_file(dir, 3, "OTHER"));
+        h.transfer("readcurve", read_index_of_written(h));
         QCOMPARE(h.w().curve().breakpoint_count, 5);
         QCOMPARE(h.text("Text31"), QStringLiteral("CURVE1"));
         QCOMPARE(h.text("Text1"), QStringLiteral("0.1"));
@@ -85,13 +85,11 @@ class TestInstrumentCommands : public QObject {
         });
         h.w().Command5_Click();
         QVERIFY(sim->curve(21));
-        h.prompts.answers = {true};
-        h.script.expect("pickdeletecurve", pick(0)).expect("deletecurve", run_timed());
-        h.w().Command5_Click();
+        h.transfer("deletecurve", 0);
         QVERIFY(!sim->curve(21));
         QCOMPARE(h.prompts.questions.back(),
                  std::string("Do you really want to delete this curve?"));
-        QVERIFY(h.script.unexpected.isEmpty());
+        QVERIFY(h.script.done());
         QCOMPARE(h.w().curve().breakpoint_count, 5);  // deleting leaves the open curve alone
     }
 
@@ -99,25 +97,16 @@ class TestInstrumentCommands : public QObject {
         Harness h;
         QVERIFY(h.start(InstrumentModel::KIP, 1));
         // A platinum resistor curve ending at 300 ohms: divided by 100 on the way out.
-        h.files.push_back(write_model_curve(
+        h.read_file(write_model_curve(
             dir.filePath(QStringLiteral("pt.NAV")), InstrumentModel::KIP, 4,
             [](int i) { return i ? 100.0 * i : 20; }, [](int i) { return 50 + 150.0 * i; }));
-        h.w().Command1_Click();
-        QCOMPARE(h.w().curve().breakpoint_count, 4);
-
-        h.prompts.answers = {true};
         QString factor;
-        h.script.expect("pickwritecurve", pick(0))
-            .expect("writecurve", run_timed())
-            .expect("scaling", [&](QDialog& d) {
-                check_fits(d, QStringLiteral("scaling"));
-                factor = child<QLineEdit>(d, "Text2")->text();
-                child<QLineEdit>(d, "Text2")->setText("abc");
-                click(d, "Command1");  // refused
-                child<QLineEdit>(d, "Text2")->setText("0.01");
-                return click(d, "Command1");
-            });
-        h.w().Command4_Click();
+        h.transfer("writecurve", 0, {{"scaling", [&](QDialog& d) {
+                                          check_fits(d, QStringLiteral("scaling"));
+                                          factor = child<QLineEdit>(d, "Text2")->text();
+                                          fill({{"Text2", "abc"}}, "Command1")(d);  // refused
+                                          return fill({{"Text2", "0.01"}}, "Command1")(d);
+                                      }}});
         QCOMPARE(factor, QStringLiteral("0.01"));
         QCOMPARE(h.prompts.texts(), std::vector<std::string>{"Enter a valid number."});
         QVERIFY(h.w().write_confirmed());
@@ -126,7 +115,7 @@ class TestInstrumentCommands : public QObject {
         // The window's curve keeps its unscaled values.
         QCOMPARE(h.w().curve().sensor_units[3], 300.0);
         QCOMPARE(h.text("Text4"), QStringLiteral("300"));
-        QVERIFY(h.script.unexpected.isEmpty());
+        QVERIFY(h.script.done());
     }
 
     void simple_installation_data() {
@@ -140,9 +129,7 @@ class TestInstrumentCommands : public QObject {
         QFETCH(int, files);
         QFETCH(int, installs);
         Harness h;
-        h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
-            .expect("communication", choose_interface(2, true))
-            .expect("wait", run_timed());
+        h.expect_setup(InstrumentModel::TAZ, 2, true);
         for (int i = 0; i < files; ++i) {
             h.files.push_back(tza_file(dir, 4 + i, i ? "SECOND" : "FIRST"));
             if (i == installs) {
@@ -157,8 +144,7 @@ class TestInstrumentCommands : public QObject {
         QSignalSpy ended(h.window.get(), &ui::MainWindow::program_ended);
         QVERIFY(!h.w().Form_Load());
         QCOMPARE(ended.count(), 1);
-        QVERIFY(h.script.steps.empty());
-        QVERIFY(h.script.unexpected.isEmpty());
+        QVERIFY(h.script.done());
         QCOMPARE(h.prompts.texts(), std::vector<std::string>(installs, kCompleted));
         sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
         for (int i = 0; i < 3; ++i) QCOMPARE(sim->curve(21 + i) != nullptr, i < installs);
@@ -190,23 +176,14 @@ class TestInstrumentCommands : public QObject {
             QCOMPARE(h.w().link().interface(), Interface::GPIB);
             QCOMPARE(h.w().setup().gpib_route, GpibRoute::EthernetAdapter);
             QVERIFY(h.prompts.shown.empty());
-            h.files.push_back(tza_file(dir, 3, "VIA-LAN"));
-            h.w().Command1_Click();
-            h.prompts.answers = {true};
-            h.script.expect("pickwritecurve", pick(0)).expect("writecurve", run_timed());
-            h.w().Command4_Click();
-            h.files.push_back(tza_file(dir, 2, "OTHER"));
-            h.w().Command1_Click();
-            const auto& reads = h.w().pick_lists().read.entries;
-            const auto at =
-                std::find(reads.begin(), reads.end(), h.w().pick_lists().write.entries[0]);
-            h.script.expect("pickreadcurve", pick(int(at - reads.begin())))
-                .expect("readcurve", run_timed());
-            h.w().Command3_Click();
+            h.read_file(tza_file(dir, 3, "VIA-LAN"));
+            h.transfer("writecurve", 0);
+            h.read_file(tza_file(dir, 2, "OTHER"));
+            h.transfer("readcurve", read_index_of_written(h));
             QCOMPARE(h.w().curve().breakpoint_count, 3);
             QCOMPARE(h.text("Text31"), QStringLiteral("VIA-LAN"));
             QVERIFY(h.prompts.shown.empty());
-            QVERIFY(h.script.unexpected.isEmpty());
+            QVERIFY(h.script.done());
         }
         server.stop();
         serving.join();

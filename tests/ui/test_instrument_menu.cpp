@@ -14,10 +14,6 @@ using namespace kelvara::test;
 
 namespace {
 
-QAction* action(Harness& h, const char* name) {
-    return h.window->findChild<QAction*>(QString::fromLatin1(name));
-}
-
 // Answers a report dialog and keeps its heading and lines.
 Step read_report(QString& heading, QString& lines) {
     return [&](QDialog& d) {
@@ -42,15 +38,15 @@ class TestInstrumentMenu : public QObject {
         {
             Harness h;
             QVERIFY(h.start(InstrumentModel::TAZ));  // offline
-            QVERIFY(action(h, "actionVerifyAfterWriting")->isChecked());
-            for (const char* c : commands) QVERIFY2(!action(h, c)->isEnabled(), c);
-            action(h, "actionVerifyAfterWriting")->setChecked(false);
+            QVERIFY(h.action("actionVerifyAfterWriting")->isChecked());
+            for (const char* c : commands) QVERIFY2(!h.action(c)->isEnabled(), c);
+            h.action("actionVerifyAfterWriting")->setChecked(false);
         }
         ui::MainWindow next;  // the next run
         QVERIFY(!next.findChild<QAction*>(QStringLiteral("actionVerifyAfterWriting"))->isChecked());
         Harness h;
         QVERIFY(h.start(InstrumentModel::TAZ, 2));
-        for (const char* c : commands) QVERIFY2(action(h, c)->isEnabled(), c);
+        for (const char* c : commands) QVERIFY2(h.action(c)->isEnabled(), c);
     }
 
     void write_is_checked_data() {
@@ -69,9 +65,8 @@ class TestInstrumentMenu : public QObject {
         QFETCH(QString, report);
         Harness h;
         QVERIFY(h.start(InstrumentModel::TAZ, 2));
-        action(h, "actionVerifyAfterWriting")->setChecked(verify);
-        h.files.push_back(tza_file(dir, 3));
-        h.w().Command1_Click();
+        h.action("actionVerifyAfterWriting")->setChecked(verify);
+        h.read_file(tza_file(dir, 3));
         QTest::keyClicks(h.find<QLineEdit>("Text31"), "X");
         QVERIFY(h.w().curve_modified());
         sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
@@ -79,13 +74,11 @@ class TestInstrumentMenu : public QObject {
         sim->clear_log();
 
         QString heading, lines;
-        h.prompts.answers = {true};
-        h.script.expect("pickwritecurve", pick(0)).expect("writecurve", run_timed());
-        if (!report.isEmpty()) h.script.expect("verifyreport", read_report(heading, lines));
-        h.w().Command4_Click();
-
-        QVERIFY(h.script.steps.empty());
-        QVERIFY(h.script.unexpected.isEmpty());
+        if (report.isEmpty())
+            h.transfer("writecurve", 0);
+        else
+            h.transfer("writecurve", 0, {{"verifyreport", read_report(heading, lines)}});
+        QVERIFY(h.script.done());
         QCOMPARE(lines, report);
         if (!report.isEmpty()) QCOMPARE(heading, QString::fromLatin1(kVerifyDiffers));
         // Only a write the instrument is seen to hold (or that was not checked) is confirmed
@@ -101,9 +94,7 @@ class TestInstrumentMenu : public QObject {
     void simple_installation_shows_the_differences() {
         Harness h;
         h.transports.instrument(InstrumentModel::TAZ).faults.parse("droplast");
-        h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
-            .expect("communication", choose_interface(2, true))
-            .expect("wait", run_timed());
+        h.expect_setup(InstrumentModel::TAZ, 2, true);
         h.files.push_back(tza_file(dir, 3, "SIMPLE"));
         h.prompts.answers = {true};
         QString heading, lines;
@@ -112,7 +103,7 @@ class TestInstrumentMenu : public QObject {
             .expect("verifyreport", read_report(heading, lines))
             .expect("repeatchoice", press("Command2"));
         QVERIFY(!h.w().Form_Load());
-        QVERIFY(h.script.steps.empty());
+        QVERIFY(h.script.done());
         QCOMPARE(lines,
                  QStringLiteral("point 3: sent .300000, 370.000; instrument holds no point"));
         QVERIFY(h.prompts.texts().empty());  // no "Curve writing to instrument completed."
@@ -121,31 +112,23 @@ class TestInstrumentMenu : public QObject {
     void compare_with_a_location() {
         Harness h;
         QVERIFY(h.start(InstrumentModel::TAZ, 1));
-        h.files.push_back(tza_file(dir, 3, "WRITTEN"));
-        h.w().Command1_Click();
-        h.prompts.answers = {true};
-        h.script.expect("pickwritecurve", pick(0)).expect("writecurve", run_timed());
-        h.w().Command4_Click();
+        h.read_file(tza_file(dir, 3, "WRITTEN"));
+        h.transfer("writecurve", 0);
         QVERIFY(h.w().write_confirmed());
         const sim::SimCurve held = *h.sim(InstrumentModel::TAZ)->curve(21);
 
-        h.script.expect("pickcomparecurve", pick(21)).expect("comparecurve", run_timed());
-        h.w().compare_with_instrument();
+        h.transfer("comparecurve", 21);
         QCOMPARE(h.prompts.texts().back(), std::string(kCompareAgrees));
 
-        h.files.push_back(tza_file(dir, 2, "OTHER"));
-        h.w().Command1_Click();
+        h.read_file(tza_file(dir, 2, "OTHER"));
         QString heading, lines;
-        h.script.expect("pickcomparecurve", pick(21))
-            .expect("comparecurve", run_timed())
-            .expect("comparereport", read_report(heading, lines));
-        h.w().compare_with_instrument();
+        h.transfer("comparecurve", 21, {{"comparereport", read_report(heading, lines)}});
         QCOMPARE(lines, QStringLiteral("name: would send \"OTHER\", instrument holds \"WRITTEN\"\n"
                                        "point 3: not in the curve; instrument holds .300000, "
                                        "370.000"));
         QCOMPARE(*h.sim(InstrumentModel::TAZ)->curve(21), held);  // nothing written
         QCOMPARE(h.text("Text31"), QStringLiteral("OTHER"));
-        QVERIFY(h.script.unexpected.isEmpty());
+        QVERIFY(h.script.done());
     }
 
     void back_up_and_restore() {
@@ -153,11 +136,8 @@ class TestInstrumentMenu : public QObject {
         QVERIFY(h.start(InstrumentModel::FEN, 2));
         sim::Instrument* sim = h.sim(InstrumentModel::FEN);
         for (int k = 0; k < 2; ++k) {
-            h.files.push_back(tza_file(dir, 3 + k, k ? "SECOND" : "FIRST"));
-            h.w().Command1_Click();
-            h.prompts.answers = {true};
-            h.script.expect("pickwritecurve", pick(k)).expect("writecurve", run_timed());
-            h.w().Command4_Click();
+            h.read_file(tza_file(dir, 3 + k, k ? "SECOND" : "FIRST"));
+            h.transfer("writecurve", k);
         }
         const sim::SimCurve first = *sim->curve(21), second = *sim->curve(22);
         const QString folder = dir.filePath(QStringLiteral("backup"));
@@ -183,7 +163,7 @@ class TestInstrumentMenu : public QObject {
                                        "location 22 (22.TAZ): written and verified"));
         QCOMPARE(*sim->curve(21), first);
         QCOMPARE(*sim->curve(22), second);
-        QVERIFY(h.script.unexpected.isEmpty());
+        QVERIFY(h.script.done());
     }
 };
 

@@ -9,8 +9,6 @@ using namespace kelvara;
 using namespace kelvara::ui;
 using namespace kelvara::test;
 
-Q_DECLARE_METATYPE(kelvara::InstrumentModel)
-
 class TestSetupDialogs : public QObject {
     Q_OBJECT
 
