@@ -39,9 +39,8 @@ class TestGraphExport : public QObject {
 
     void load_diode(Harness& h) {
         QVERIFY(h.start(InstrumentModel::TAZ));
-        h.files.push_back(write_model_curve(dir.filePath("DIODE.TAZ"), InstrumentModel::TAZ, 40,
-                                            diode_units, diode_kelvin));
-        h.w().Command1_Click();
+        h.read_file(write_model_curve(dir.filePath("DIODE.TAZ"), InstrumentModel::TAZ, 40,
+                                      diode_units, diode_kelvin));
         QCOMPARE(h.w().curve().breakpoint_count, 40);
         h.w().resize(1200, 720);
         h.w().show();
@@ -93,45 +92,6 @@ class TestGraphExport : public QObject {
         h.files = {dir.filePath("gone/fresh.png")};
         h.w().graph()->findChild<QAction*>("actionExportPng")->trigger();
         QCOMPARE(h.prompts.shown.size(), std::size_t(1));
-    }
-
-    void zoomed_graph_for_the_eye() {
-        // With KELVARA_SCREENSHOTS=DIR: the graph zoomed into the diode's bend, with its
-        // markers and the value under the pointer, as graph-zoomed.png.
-        const QString out = qEnvironmentVariable("KELVARA_SCREENSHOTS");
-        if (out.isEmpty()) QSKIP("KELVARA_SCREENSHOTS not set");
-        Harness h;
-        load_diode(h);
-        h.find<QComboBox>("Combo1")->setCurrentText("Volts vs. Kelvin");
-        CurveGraph* graph = h.w().graph();
-        graph->zoom_to(QRectF(graph->position_of(3, 1.58), graph->position_of(60, 1.0)));
-        const QPointF point = graph->position_of(diode_kelvin(9), diode_units(9));
-        QTest::mouseMove(graph->viewport(), point.toPoint());
-        QVERIFY(graph->value_label()->isVisible());
-        QVERIFY(graph->value_label()->text().startsWith("Point 10\n"));
-        QTest::qWait(10);  // the axes of the redraws before are deleted from the event loop
-        QVERIFY(graph->grab().save(out + QStringLiteral("/graph-zoomed.png")));
-        QVERIFY(h.w().grab().save(out + QStringLiteral("/main-graph-zoomed.png")));
-
-        // A resistor whose resistance falls as it warms: both axes logarithmic, zoomed inside a
-        // decade, where the axes still carry round labels.
-        Harness r;
-        QVERIFY(r.start(InstrumentModel::TAZ));
-        r.files.push_back(write_model_curve(
-            dir.filePath("RESISTOR.TAZ"), InstrumentModel::TAZ, 40,
-            [](int i) { return 60 * std::pow(300 / diode_kelvin(39 - i), 1.3); },
-            [](int i) { return diode_kelvin(39 - i); }));
-        r.w().Command1_Click();
-        r.find<QComboBox>("Combo1")->setCurrentText("Ohms vs. Kelvin");
-        r.w().resize(1200, 720);
-        r.w().show();
-        QVERIFY(QTest::qWaitForWindowExposed(r.window.get()));
-        CurveGraph* log_graph = r.w().graph();
-        QVERIFY(log_graph->spec().x_scale == AxisScale::Logarithmic);
-        log_graph->zoom_to(
-            QRectF(log_graph->position_of(4, 20000), log_graph->position_of(40, 1000)));
-        QTest::qWait(10);
-        QVERIFY(log_graph->grab().save(out + QStringLiteral("/graph-zoomed-log.png")));
     }
 };
 
