@@ -4,22 +4,19 @@
 #include <QPrinter>
 #include <QtTest>
 
-#include "graph/curve_graph.h"
+#include "graph_fixture.h"
 
 using namespace kelvara;
+using namespace kelvara::test;
 using M = InstrumentModel;
 
 namespace {
 
 // Sensor units 100, 101 ... at the given temperatures.
 CurveRecord curve_with(InstrumentModel model, const std::vector<double>& temperatures) {
-    CurveRecord curve = CurveRecord::for_model(model);
-    for (std::size_t i = 0; i < temperatures.size(); ++i) {
-        curve.sensor_units[i] = 100.0 + static_cast<double>(i);
-        curve.temperatures[i] = temperatures[i];
-    }
-    get_number_of_breakpoints(curve);
-    return curve;
+    std::vector<GraphPoint> points;
+    for (double t : temperatures) points.push_back({t, 100.0 + double(points.size())});
+    return curve_of(model, points);
 }
 
 QList<QPointF> drawn(const CurveGraph& graph, int series) {
@@ -54,12 +51,9 @@ void TestGraph::labels_and_scales() {
     // clang-format on
     const auto scale = [](AxisScale s) { return s == AxisScale::Logarithmic ? "log" : "lin"; };
     for (const auto& [model, format, temperatures, expected] : rows) {
-        // Every model is offered the format here, so that only the model decides.
-        HeaderFields fields = HeaderFields::for_model(model);
-        fields.data_format.entries = {format};
-        fields.data_format.selected = 0;
         GraphState state;
-        const GraphSpec& spec = state.update_graph(model, curve_with(model, temperatures), fields);
+        const GraphSpec& spec =
+            state.update_graph(model, curve_with(model, temperatures), fields_of(model, format));
         const std::string got = spec.x_label + " | " + spec.y_label + " | " + scale(spec.x_scale) +
                                 " " + scale(spec.y_scale);
         QCOMPARE(QString::fromStdString(got), QString(expected));

@@ -9,9 +9,10 @@
 #include <QtTest>
 #include <cmath>
 
-#include "graph/curve_graph.h"
+#include "graph_fixture.h"
 
 using namespace kelvara;
+using namespace kelvara::test;
 using M = InstrumentModel;
 
 namespace {
@@ -25,23 +26,6 @@ struct Row {
 }  // namespace
 Q_DECLARE_METATYPE(Row)
 namespace {
-
-CurveRecord curve_of(M model, const std::vector<GraphPoint>& points) {
-    CurveRecord curve = CurveRecord::for_model(model);
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        curve.temperatures[i] = points[i].x;
-        curve.sensor_units[i] = points[i].y;
-    }
-    get_number_of_breakpoints(curve);
-    return curve;
-}
-
-HeaderFields fields_of(M model, const char* format) {
-    HeaderFields fields = HeaderFields::for_model(model);
-    fields.data_format.entries = {format};
-    fields.data_format.selected = 0;
-    return fields;
-}
 
 // A shown graph of 640 x 480 with the row's curve.
 struct Shown {
