@@ -218,23 +218,14 @@ class TestInstrumentCommands : public QObject {
         QStringList answered;
         QStringList progress_labels;
         QTimer answer;
-        answer.setInterval(20);
-        QObject::connect(&answer, &QTimer::timeout, [&] {
-            auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!d || !d->isVisible() || d->objectName() == "wait") return;
-            const QString name = d->objectName();
-            if (name == "writecurve") {
-                const QString text = child<QLabel>(*d, "Label1")->text();
-                if (progress_labels.value(progress_labels.size() - 1) != text)
-                    progress_labels << text;
+        answer_real_dialogs(answer, InstrumentModel::FEN, 1, [&](QDialog& d) {
+            if (d.objectName() != "writecurve") {
+                answered << d.objectName();
                 return;
             }
-            answered << name;
-            if (name == "instrumentselection") choose_model(InstrumentModel::FEN)(*d);
-            if (name == "communication") choose_interface(1, false)(*d);
-            if (name == "pickwritecurve") click(*d, "Command1");
+            const QString text = child<QLabel>(d, "Label1")->text();
+            if (progress_labels.value(progress_labels.size() - 1) != text) progress_labels << text;
         });
-        answer.start();
         QElapsedTimer elapsed;
         elapsed.start();
         QVERIFY(h.w().Form_Load());

@@ -126,16 +126,9 @@ class TestTransferFaults : public QObject {
         double cpu_at_erase = 0, wait_cpu_share = 1;
         bool cancel_found = false;
         QTimer answer;
-        answer.setInterval(20);
-        QObject::connect(&answer, &QTimer::timeout, [&] {
-            auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!d || !d->isVisible() || d->objectName() == "wait") return;
-            const QString name = d->objectName();
-            if (name == "instrumentselection") choose_model(InstrumentModel::HOX)(*d);
-            if (name == "communication") choose_interface(2, false)(*d);
-            if (name == "pickwritecurve") click(*d, "Command1");
-            if (name != "writecurve" || since_cancel.isValid()) return;
-            auto* cancel = child<QPushButton>(*d, "cmdCancelTransfer");
+        answer_real_dialogs(answer, InstrumentModel::HOX, 2, [&](QDialog& d) {
+            if (d.objectName() != "writecurve" || since_cancel.isValid()) return;
+            auto* cancel = child<QPushButton>(d, "cmdCancelTransfer");
             cancel_found = cancel != nullptr;
             const sim::Instrument* sim = h.sim(InstrumentModel::HOX);
             if (!cancel || !sim || sim->log().empty() || sim->log().back() != "ERASE!") return;
@@ -149,11 +142,10 @@ class TestTransferFaults : public QObject {
             QTest::mouseClick(h.find<QPushButton>("Command1"), Qt::LeftButton);
             since_cancel.start();
             if (escape)
-                QTest::keyClick(d, Qt::Key_Escape);
+                QTest::keyClick(&d, Qt::Key_Escape);
             else
                 QTest::mouseClick(cancel, Qt::LeftButton);
         });
-        answer.start();
         QVERIFY(h.w().Form_Load());
         h.w().show();
         h.w().Command1_Click();

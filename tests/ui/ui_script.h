@@ -16,6 +16,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <deque>
 #include <functional>
 #include <map>
@@ -131,6 +132,23 @@ inline void activate(QWidget* w) {
     w->show();
     QApplication::setActiveWindow(w);
     QVERIFY(QTest::qWaitForWindowActive(w));
+}
+
+// For a window on the real clock: every 20 ms the timer answers the active modal dialog (the
+// wait dialog runs alone): the set-up dialogs with model and interface, the write pick with OK;
+// then also(dialog) sees every dialog answered or not.
+inline void answer_real_dialogs(QTimer& timer, InstrumentModel model, int interface,
+                                std::function<void(QDialog&)> also) {
+    QObject::connect(&timer, &QTimer::timeout, [=] {
+        auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!d || !d->isVisible() || d->objectName() == QLatin1String("wait")) return;
+        const QString name = d->objectName();
+        if (name == QLatin1String("instrumentselection")) choose_model(model)(*d);
+        if (name == QLatin1String("communication")) choose_interface(interface, false)(*d);
+        if (name == QLatin1String("pickwritecurve")) click(*d, "Command1");
+        also(*d);
+    });
+    timer.start(20);
 }
 
 // The window remembers files and set-up choices in QSettings: tests keep theirs in the test
