@@ -25,12 +25,10 @@ class TestAboutDialog : public QObject {
             check_fits(d, QStringLiteral("about"));
             return click(d, "Command1");
         });
-        auto* about = h.w().findChild<QAction*>(QStringLiteral("actionAbout"));
-        QVERIFY(about);
+        QAction* about = h.action("actionAbout");
         QVERIFY(h.w().findChild<QMenu*>(QStringLiteral("menuHelp"))->actions().contains(about));
         about->trigger();
         QVERIFY(h.script.done());
-        QCOMPARE(texts.size(), 5);
         QCOMPARE(texts[0], QStringLiteral("Tessaly Kelvara"));
         QCOMPARE(texts[1], QStringLiteral("Version " KELVARA_EXPECTED_VERSION));
         QVERIFY(texts[2].contains(QStringLiteral("calibration curves")));

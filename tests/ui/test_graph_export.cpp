@@ -87,7 +87,9 @@ class TestGraphExport : public QObject {
         load_diode(h);
         QVERIFY(h.start(InstrumentModel::TAZ));  // "New Instrument" replaces the graph
         h.files = {dir.filePath("fresh")};
+        h.filters.clear();
         h.w().graph()->findChild<QAction*>("actionExportSvg")->trigger();
+        QCOMPARE(h.filters, QStringList{"SVG image (*.svg)"});
         QVERIFY(QSvgRenderer(dir.filePath("fresh.svg")).isValid());
         h.files = {dir.filePath("gone/fresh.png")};
         h.w().graph()->findChild<QAction*>("actionExportPng")->trigger();

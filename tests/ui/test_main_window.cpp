@@ -1,5 +1,6 @@
-// The main window offline: per-model configuration, the file commands, the grid, point
-// insertion and deletion, the adjustment, the graph, printing and "New Instrument".
+// The main window offline: per-model configuration, the file commands, the grid, the graph,
+// printing and "New Instrument". Points inserted, deleted and adjusted through their dialogs are
+// in test_window_work.cpp (undo and redo).
 #include <QApplication>
 #include <QPrinter>
 #include <QScrollBar>
@@ -161,56 +162,6 @@ class TestMainWindow : public QObject {
         QVERIFY(h.prompts.shown.empty());
         QCOMPARE(h.w().curve().sensor_units[2], 0.35);
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
-    }
-
-    void insert_and_delete_points() {
-        Harness h;
-        load_taz(h, dir, 5);
-        h.script.expect("insertapoint", [&](QDialog& d) {
-            child<QComboBox>(d, "Combo1")->setCurrentIndex(1);          // "2 And 3"
-            fill({{"Text1", "0.5"}, {"Text2", "375"}}, "Command1")(d);  // above point 3: refused
-            return fill({{"Text1", "0.25"}}, "Command1")(d);
-        });
-        h.w().Command8_Click();
-        QCOMPARE(h.prompts.texts(),
-                 std::vector<std::string>{"Enter valid increasing magnitude sensor unit number."});
-        QCOMPARE(h.w().curve().breakpoint_count, 6);
-        QCOMPARE(h.w().curve().sensor_units[2], 0.25);
-        QCOMPARE(h.cell(13)->text(), QStringLiteral("375"));
-        QCOMPARE(h.cell(4)->text(), QStringLiteral("0.3"));
-
-        int listed = 0;
-        h.script.expect("deleteapoint", [&](QDialog& d) {
-            listed = child<QComboBox>(d, "Combo1")->count();
-            return pick(2)(d);  // point 3
-        });
-        h.w().Command9_Click();
-        QCOMPARE(listed, 10);
-        QCOMPARE(h.w().curve().breakpoint_count, 5);
-        QCOMPARE(h.cell(3)->text(), QStringLiteral("0.3"));
-        QVERIFY(h.script.done());
-    }
-
-    void adjustment_shows_both_series() {
-        Harness h;
-        load_taz(h, dir, 5);
-        h.script.expect("adjustpoints", [](QDialog& d) {
-            fill({{"txtControlPoint", "abc"}}, "cmdNextPoint")(d);  // refused: the dialog stays
-            return fill({{"txtControlPoint", "380"}, {"txtSamplePoint", "380.5"}},
-                        "cmdNextPoint")(d);
-        });
-        h.script.expect("adjustpoints", press("cmdDone"));
-        h.w().cmdAdjust_Click();
-        QCOMPARE(h.prompts.texts(),
-                 std::vector<std::string>{"Temperature values must be numeric."});
-        QCOMPARE(h.w().curve().temperatures[1], 380.5);
-        QCOMPARE(h.text("Text31"), QStringLiteral("Adjusted"));
-        QCOMPARE(h.text("Text32"), QStringLiteral("Adjusted"));
-        QCOMPARE(h.cell(12)->text(), QStringLiteral("380.5"));
-        const GraphSpec& g = h.w().graph()->spec();
-        QCOMPARE(int(g.series.size()), 2);
-        QCOMPARE(g.series[0].points[1].x, 380.0);
-        QCOMPARE(g.series[1].points[1].x, 380.5);
     }
 
     void print_kip_graph_to_pdf() {

@@ -1,7 +1,7 @@
 // The window keeps the user's work: the save question on every path that would lose an edit,
-// undo and redo, a reason for every failed file command, the names' bytes, title and status
-// line, default extension, dropped and recent files, remembered set-up choices, and the keys
-// that get the user out of a field.
+// the point dialogs with undo and redo, a reason for every failed file command, the names' bytes,
+// title and status line, default extension, dropped and recent files, remembered set-up choices,
+// and the keys that get the user out of a field.
 #include <QApplication>
 #include <QFileDialog>
 #include <QMenu>
@@ -127,18 +127,38 @@ class TestWindowWork : public QObject {
         auto keep = [&] { states.push_back({h.w().curve(), h.w().header()}); };
         type_and_leave(h.cell(12), "371");
         keep();
-        h.script.expect("insertapoint", fill({{"Text1", "0.15"}, {"Text2", "385"}}, "Command1"));
+        // Units above the next point's are refused and the dialog stays.
+        h.script.expect("insertapoint", [](QDialog& d) {
+            child<QComboBox>(d, "Combo1")->setCurrentIndex(1);  // "2 And 3"
+            fill({{"Text1", "0.5"}, {"Text2", "370.5"}}, "Command1")(d);
+            return fill({{"Text1", "0.25"}}, "Command1")(d);
+        });
         h.w().Command8_Click();
+        QCOMPARE(h.cell(3)->text() + " " + h.cell(13)->text(), QStringLiteral("0.25 370.5"));
         keep();
-        h.script.expect("deleteapoint", pick(5));
+        int listed = 0;
+        h.script.expect("deleteapoint", [&](QDialog& d) {
+            listed = child<QComboBox>(d, "Combo1")->count();
+            return pick(5)(d);
+        });
         h.w().Command9_Click();
+        QCOMPARE(listed, 10);
         keep();
         h.script
             .expect("adjustpoints",
-                    fill({{"txtControlPoint", "390"}, {"txtSamplePoint", "391"}}, "cmdNextPoint"))
+                    [](QDialog& d) {
+                        fill({{"txtControlPoint", "abc"}}, "cmdNextPoint")(d);  // refused
+                        return fill({{"txtControlPoint", "390"}, {"txtSamplePoint", "391"}},
+                                    "cmdNextPoint")(d);
+                    })
             .expect("adjustpoints", press("cmdDone"));
         h.w().cmdAdjust_Click();
         keep();
+        QCOMPARE(h.prompts.texts(),
+                 (std::vector<std::string>{"Enter valid increasing magnitude sensor unit number.",
+                                           "Temperature values must be numeric."}));
+        h.prompts.shown.clear();
+        QCOMPARE(int(h.w().graph()->spec().series.size()), 2);  // before and after
         QCOMPARE(h.w().curve().breakpoint_count, 5);
         // The adjustment still names the curve "Adjusted"; one undo takes it all back.
         QCOMPARE(h.text("Text31"), QStringLiteral("Adjusted"));
