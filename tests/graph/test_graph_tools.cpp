@@ -151,24 +151,19 @@ void TestGraphTools::value_under_the_pointer_data() {
     QTest::addColumn<Row>("row");
     QTest::addColumn<int>("point");     // 1-based; 0: between point 1 and 2
     QTest::addColumn<QString>("text");  // shown near that place
-    const auto row = [](const char* name) {
-        for (const auto& [n, r] : kFormats)
-            if (QByteArray(n) == name) return r;
-        qFatal("no row %s", name);
-    };
-    QTest::newRow("volts") << row("volts") << 3 << "Point 3\n1.02 Volts\n77.35 K";
-    QTest::newRow("millivolts") << row("millivolts") << 1 << "Point 1\n-6.2 MilliVolts\n4 K";
-    QTest::newRow("log ohms") << row("log ohms") << 2
+    QTest::newRow("volts") << kFormats[1].second << 3 << "Point 3\n1.02 Volts\n77.35 K";
+    QTest::newRow("millivolts") << kFormats[0].second << 1 << "Point 1\n-6.2 MilliVolts\n4 K";
+    QTest::newRow("log ohms") << kFormats[4].second << 2
                               << "Point 2\n2.6 Log Ohms (398.107 Ohms)\n40 K";
-    QTest::newRow("log kelvin") << row("log ohms log kelvin") << 4
+    QTest::newRow("log kelvin") << kFormats[5].second << 4
                                 << "Point 4\n4.3 Log Ohms (19952.6 Ohms)\n"
                                    "-0.3 Log Kelvin (0.501187 K)";
-    QTest::newRow("older model") << row("older model") << 2 << "Point 2\n1 sensor units\n100 K";
+    QTest::newRow("older model") << kFormats[6].second << 2 << "Point 2\n1 sensor units\n100 K";
     // Halfway between two points of a log-log plot lies their geometric mean.
     QTest::newRow("line, log axes") << Row{M::TAZ, "Ohms vs. Kelvin", {{100, 100}, {10, 1000}}} << 0
                                     << "Between points 1 and 2\n316.228 Ohms\n31.6228 K";
     QTest::newRow("line, linear axes")
-        << row("volts") << 0 << "Between points 1 and 2\n1.38 Volts\n10.7 K";
+        << kFormats[1].second << 0 << "Between points 1 and 2\n1.38 Volts\n10.7 K";
 }
 
 void TestGraphTools::value_under_the_pointer() {
@@ -288,41 +283,35 @@ void TestGraphTools::wheel_zoom_and_reset() {
 
 void TestGraphTools::rubber_band_zoom() {
     // Linear and log-log: dragging from one breakpoint to another shows just the rectangle
-    // between them.
+    // between them, each edge within a pixel; a drag of two pixels does not zoom.
     for (const Row& row : {kFormats[1].second, kFormats[2].second}) {
         Shown s(row);
         CurveGraph& g = s.graph;
-        const GraphPoint a = row.points[1];
-        const GraphPoint b = row.points[2];
+        const GraphPoint a = row.points[1], b = row.points[2];
         const QPoint from = g.position_of(a.x, a.y).toPoint();
-        const QPoint to = g.position_of(b.x, b.y).toPoint();
-        const QRectF before = g.plot_rect();
-        // One pixel of the drag, in values, on each axis.
-        const auto pixel = [](const AxisWindow& w, AxisScale scale, double pixels) {
-            return (axis_position(w.high, scale) - axis_position(w.low, scale)) / pixels;
+        const auto drag = [&](QPoint to) {
+            QTest::mousePress(g.viewport(), Qt::LeftButton, {}, from);
+            QTest::mouseMove(g.viewport(), to);
+            QTest::mouseRelease(g.viewport(), Qt::LeftButton, {}, to);
         };
-        const double x_pixel = pixel(g.x_window(), g.spec().x_scale, before.width());
-        const double y_pixel = pixel(g.y_window(), g.spec().y_scale, before.height());
-        QTest::mousePress(g.viewport(), Qt::LeftButton, {}, from);
-        QTest::mouseMove(g.viewport(), to);
-        QTest::mouseRelease(g.viewport(), Qt::LeftButton, {}, to);
-        QVERIFY(g.zoomed());
-        const auto near = [](double shown, double wanted, AxisScale scale, double tolerance) {
-            return std::abs(axis_position(shown, scale) - axis_position(wanted, scale)) <=
-                   tolerance;
-        };
-        const AxisScale xs = g.spec().x_scale;
-        const AxisScale ys = g.spec().y_scale;
-        QVERIFY(near(g.x_window().low, std::min(a.x, b.x), xs, x_pixel));
-        QVERIFY(near(g.x_window().high, std::max(a.x, b.x), xs, x_pixel));
-        QVERIFY(near(g.y_window().low, std::min(a.y, b.y), ys, y_pixel));
-        QVERIFY(near(g.y_window().high, std::max(a.y, b.y), ys, y_pixel));
-        // A click, or a drag of two pixels, does not zoom.
-        g.reset_zoom();
-        QTest::mousePress(g.viewport(), Qt::LeftButton, {}, from);
-        QTest::mouseMove(g.viewport(), from + QPoint(2, 2));
-        QTest::mouseRelease(g.viewport(), Qt::LeftButton, {}, from + QPoint(2, 2));
+        drag(from + QPoint(2, 2));
         QVERIFY(!g.zoomed());
+        const auto span = [](const AxisWindow& w, AxisScale scale) {
+            return axis_position(w.high, scale) - axis_position(w.low, scale);
+        };
+        const AxisScale xs = g.spec().x_scale, ys = g.spec().y_scale;
+        const double x_pixel = span(g.x_window(), xs) / g.plot_rect().width();
+        const double y_pixel = span(g.y_window(), ys) / g.plot_rect().height();
+        drag(g.position_of(b.x, b.y).toPoint());
+        QVERIFY(g.zoomed());
+        // shown, wanted, scale, one pixel in axis positions
+        const std::array<std::tuple<double, double, AxisScale, double>, 4> edges{
+            {{g.x_window().low, std::min(a.x, b.x), xs, x_pixel},
+             {g.x_window().high, std::max(a.x, b.x), xs, x_pixel},
+             {g.y_window().low, std::min(a.y, b.y), ys, y_pixel},
+             {g.y_window().high, std::max(a.y, b.y), ys, y_pixel}}};
+        for (const auto& [shown, wanted, scale, pixel] : edges)
+            QVERIFY(std::abs(axis_position(shown, scale) - axis_position(wanted, scale)) <= pixel);
     }
 }
 
