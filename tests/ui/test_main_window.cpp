@@ -1,7 +1,8 @@
 // The main window offline: per-model configuration, the file commands, the grid, the graph,
-// printing and "New Instrument". Points inserted, deleted and adjusted through their dialogs are
-// in test_window_work.cpp (undo and redo).
+// printing, "New Instrument" and the About dialog. Points inserted, deleted and adjusted through
+// their dialogs are in test_window_work.cpp (undo and redo).
 #include <QApplication>
+#include <QMenu>
 #include <QPrinter>
 #include <QScrollBar>
 #include <QtTest>
@@ -226,6 +227,30 @@ class TestMainWindow : public QObject {
         QVERIFY(!h.w().Form_Load());
         QVERIFY(h.w().ended());
         QVERIFY(!h.w().isVisible());
+    }
+
+    // Help > About Kelvara names the program, the version of CMake's project(), what it is for
+    // and the license, and nothing in it is cut off.
+    void about_dialog_from_the_help_menu() {
+        Harness h;
+        QStringList texts;
+        h.script.expect("about", [&](QDialog& d) {
+            for (const char* name :
+                 {"labelProgram", "labelVersion", "labelPurpose", "labelLicense"})
+                texts << child<QLabel>(d, name)->text();
+            texts << d.windowTitle();
+            check_fits(d, QStringLiteral("about"));
+            return click(d, "Command1");
+        });
+        QAction* about = h.action("actionAbout");
+        QVERIFY(h.w().findChild<QMenu*>(QStringLiteral("menuHelp"))->actions().contains(about));
+        about->trigger();
+        QVERIFY(h.script.done());
+        QCOMPARE(texts[0], QStringLiteral("Tessaly Kelvara"));
+        QCOMPARE(texts[1], QStringLiteral("Version " KELVARA_EXPECTED_VERSION));
+        QVERIFY(texts[2].contains(QStringLiteral("calibration curves")));
+        QVERIFY(texts[3].contains(QStringLiteral("GNU General Public License, version 3")));
+        QCOMPARE(texts[4], QStringLiteral("About Kelvara"));
     }
 };
 
