@@ -538,7 +538,7 @@ void TestGraph::export_names_and_menu() {
         QVERIFY(f == format);
     }
 
-    // The context menu's exports go through the window's hooks (tests/ui/test_graph_export.cpp).
+    // The context menu's exports go through the window's hooks (tests/ui/test_main_window.cpp).
     CurveGraph g;
     QStringList menu;
     for (QAction* a : g.actions()) menu << a->text();

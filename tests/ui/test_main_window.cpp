@@ -1,10 +1,11 @@
 // The main window offline: per-model configuration, the file commands, the grid, the graph,
-// printing, "New Instrument" and the About dialog. Points inserted, deleted and adjusted through
-// their dialogs are in test_window_work.cpp (undo and redo).
+// printing and exporting it, "New Instrument" and the About dialog. Points inserted, deleted and
+// adjusted through their dialogs are in test_window_work.cpp (undo and redo).
 #include <QApplication>
 #include <QMenu>
 #include <QPrinter>
 #include <QScrollBar>
+#include <QSvgRenderer>
 #include <QtTest>
 
 #include "ui_script.h"
@@ -227,6 +228,58 @@ class TestMainWindow : public QObject {
         QVERIFY(!h.w().Form_Load());
         QVERIFY(h.w().ended());
         QVERIFY(!h.w().isVisible());
+    }
+
+    // "Export Graph..." and the graph's own context-menu exports go through the window's file
+    // chooser and message boxes, also once "New Instrument" gave the window a fresh graph.
+    void file_menu_exports_png_and_svg() {
+        Harness h;
+        load_taz(h, dir, 12);
+        h.w().resize(1200, 720);  // room for the graph
+        QAction* action = h.action("actionExportGraph");
+        QCOMPARE(action->text(), QStringLiteral("Export Graph..."));
+        QVERIFY(h.find<QMenu>("menuFile")->actions().contains(action));
+        CurveGraph* graph = h.w().graph();
+        graph->zoom_at(graph->position_of(350, 0.5), 0.3);
+
+        // No extension typed: a PNG; ".svg" typed: an SVG. Both at the graph's size.
+        h.filters.clear();
+        h.files = {dir.filePath("graph"), dir.filePath("graph.svg")};
+        action->trigger();
+        action->trigger();
+        QCOMPARE(h.filters, QStringList(2, "PNG image (*.png);;SVG image (*.svg)"));
+        QCOMPARE(QImage(dir.filePath("graph.png")).size(), graph->size());
+        QSvgRenderer svg(dir.filePath("graph.svg"));
+        QVERIFY(svg.isValid());
+        QCOMPARE(svg.viewBox().size(), graph->size());
+        QVERIFY(h.prompts.shown.empty());
+
+        // A folder that is not there: the file and the system's reason, and no file.
+        h.files = {dir.filePath("gone/graph.png")};
+        action->trigger();
+        QCOMPARE(h.prompts.texts(),
+                 std::vector<std::string>{"The graph could not be exported to " +
+                                          dir.filePath("gone/graph.png").toStdString() +
+                                          ":\nNo such file or directory"});
+        QCOMPARE(h.prompts.shown[0].title, std::string("Tessaly Kelvara"));
+
+        // Cancelled: nothing written, nothing said.
+        action->trigger();
+        QCOMPARE(h.prompts.shown.size(), std::size_t(1));
+    }
+
+    void fresh_graph_keeps_its_export() {
+        Harness h;
+        load_taz(h, dir, 12);
+        QVERIFY(h.start(InstrumentModel::TAZ));  // "New Instrument" replaces the graph
+        h.files = {dir.filePath("fresh")};
+        h.filters.clear();
+        h.w().graph()->findChild<QAction*>("actionExportSvg")->trigger();
+        QCOMPARE(h.filters, QStringList{"SVG image (*.svg)"});
+        QVERIFY(QSvgRenderer(dir.filePath("fresh.svg")).isValid());
+        h.files = {dir.filePath("gone/fresh.png")};
+        h.w().graph()->findChild<QAction*>("actionExportPng")->trigger();
+        QCOMPARE(h.prompts.shown.size(), std::size_t(1));
     }
 
     // Help > About Kelvara names the program, the version of CMake's project(), what it is for
