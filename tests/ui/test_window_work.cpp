@@ -195,7 +195,7 @@ class TestWindowWork : public QObject {
         QTest::addColumn<bool>("reading");
         QTest::addColumn<QString>("file");
         QTest::addColumn<QByteArray>("content");   // written into the file first; null: none
-        QTest::addColumn<QString>("shown_first");  // the Parts' own message, or ""
+        QTest::addColumn<QString>("shown_first");  // the file command's own message, or ""
         QTest::addColumn<bool>("reason");          // a message with file name and reason
         const QByteArray none;
         const QString wrong = "Wrong file type. Must use file with '.TAZ' or '.TZA' extension.";
