@@ -1,29 +1,120 @@
-// The curve graph: labels and scales by model and data format, titles, series and printing.
+// The curve graph: labels and scales by model and data format, series, print titles; and the
+// graph as a tool: breakpoint markers, the value under the pointer, zoom and export.
+#include <QAction>
+#include <QCategoryAxis>
+#include <QLabel>
 #include <QLegend>
 #include <QLineSeries>
 #include <QPrinter>
+#include <QSvgRenderer>
+#include <QTemporaryDir>
+#include <QXmlStreamReader>
 #include <QtTest>
+#include <cmath>
 
-#include "graph/curve_graph.h"
+#include "graph_fixture.h"
 
 using namespace kelvara;
+using namespace kelvara::test;
 using M = InstrumentModel;
 
 namespace {
 
+struct Row {
+    M model;
+    const char* format;
+    std::vector<GraphPoint> points;  // temperature, sensor units
+};
+
+}  // namespace
+Q_DECLARE_METATYPE(Row)
+namespace {
+
+// A shown graph of 640 x 480 with the row's curve.
+struct Shown {
+    CurveGraph graph;
+    explicit Shown(const Row& row) {
+        graph.resize(640, 480);
+        graph.update_graph(row.model, curve_of(row.model, row.points),
+                           fields_of(row.model, row.format));
+        graph.show();
+        if (!QTest::qWaitForWindowExposed(&graph)) qFatal("graph not shown");
+    }
+};
+
+// Diodes, thermocouples, falling and rising resistors, log formats, an older model.
+// clang-format off
+const std::pair<const char*, Row> kFormats[] = {
+    {"millivolts", {M::TAZ, "MilliVolts vs. Kelvin", {{4, -6.2}, {77, -4.1}, {200, -1.3}, {300, 1.2}}}},
+    {"volts", {M::TAZ, "Volts vs. Kelvin", {{1.4, 1.66}, {20, 1.1}, {77.35, 1.02}, {300, 0.52}}}},
+    {"ohms falling", {M::TAZ, "Ohms vs. Kelvin", {{300, 60}, {100, 180}, {10, 2100}, {1.5, 35000}}}},
+    {"ohms rising", {M::TAZ, "Ohms vs. Kelvin", {{20, 2.3}, {77, 20.4}, {200, 73.6}, {300, 110}}}},
+    {"log ohms", {M::GIR, "Log Ohms vs. Kelvin", {{300, 1.8}, {40, 2.6}, {4, 3.4}, {0.5, 4.3}}}},
+    {"log ohms log kelvin", {M::TAZ, "Log Ohms vs. Log Kelvin", {{2.48, 1.8}, {1.6, 2.6}, {0.6, 3.4}, {-0.3, 4.3}}}},
+    {"older model", {M::KIP, "", {{10, 1.4}, {100, 1.0}, {250, 0.7}, {400, 0.3}}}},
+};
+// clang-format on
+
+// Whether (nearly) every pixel of the disc of radius 2 about c has the colour: a marker of 7
+// pixels covers it, a line of 1.5 does not. Only the part inside the plot counts: a marker on
+// the plot's edge is cut there.
+bool marked(const QImage& image, const QRectF& plot, QPointF c, QColor colour) {
+    int near = 0;
+    int all = 0;
+    for (int y = int(c.y()) - 3; y <= int(c.y()) + 3; ++y)
+        for (int x = int(c.x()) - 3; x <= int(c.x()) + 3; ++x) {
+            if (std::hypot(x + 0.5 - c.x(), y + 0.5 - c.y()) > 2.0) continue;
+            if (!plot.contains(QPointF(x + 0.5, y + 0.5))) continue;
+            ++all;
+            const QColor p = image.pixelColor(x, y);
+            near += std::abs(p.red() - colour.red()) + std::abs(p.green() - colour.green()) +
+                        std::abs(p.blue() - colour.blue()) <
+                    90;
+        }
+    return near >= all - 1;
+}
+
+// Checks every breakpoint of each series for its marker, and the line halfway between two
+// breakpoints for none.
+void check_markers(CurveGraph& g, const std::vector<std::vector<GraphPoint>>& series) {
+    const QRectF plot = g.plot_rect();
+    QTest::qWait(1);  // the axes of the redraws before are deleted from the event loop
+    const QImage image = g.grab().toImage();
+    const QColor colours[] = {kOriginalSeriesColour, kAdjustedSeriesColour};
+    for (std::size_t k = 0; k < series.size(); ++k) {
+        QVERIFY(static_cast<QLineSeries*>(g.chart()->series().at(int(k)))->pointsVisible());
+        const auto& points = series[k];
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            const QPointF at = g.position_of(points[i].x, points[i].y);
+            QVERIFY2(marked(image, plot, at, colours[k]),
+                     qPrintable(QStringLiteral("series %1 point %2").arg(k).arg(i + 1)));
+            if (i + 1 < points.size()) {
+                const QPointF next = g.position_of(points[i + 1].x, points[i + 1].y);
+                QVERIFY(!marked(image, plot, (at + next) / 2, colours[k]));
+            }
+        }
+    }
+}
+
 // Sensor units 100, 101 ... at the given temperatures.
 CurveRecord curve_with(InstrumentModel model, const std::vector<double>& temperatures) {
-    CurveRecord curve = CurveRecord::for_model(model);
-    for (std::size_t i = 0; i < temperatures.size(); ++i) {
-        curve.sensor_units[i] = 100.0 + static_cast<double>(i);
-        curve.temperatures[i] = temperatures[i];
-    }
-    get_number_of_breakpoints(curve);
-    return curve;
+    std::vector<GraphPoint> points;
+    for (double t : temperatures) points.push_back({t, 100.0 + double(points.size())});
+    return curve_of(model, points);
 }
 
 QList<QPointF> drawn(const CurveGraph& graph, int series) {
     return qobject_cast<QLineSeries*>(graph.chart()->series().at(series))->points();
+}
+
+void wheel(CurveGraph& g, QPointF at, int delta) {
+    QWheelEvent event(at, g.viewport()->mapToGlobal(at), QPoint(), QPoint(0, delta), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(g.viewport(), &event);
+}
+
+double decades(const AxisWindow& w) {
+    return std::log10(w.high / w.low);
 }
 
 }  // namespace
@@ -31,9 +122,24 @@ QList<QPointF> drawn(const CurveGraph& graph, int series) {
 class TestGraph : public QObject {
     Q_OBJECT
   private slots:
+    void initTestCase() { QLocale::setDefault(QLocale::c()); }
     void labels_and_scales();
     void draws_the_series();
     void prints_titles_to_pdf();
+    void markers_on_every_breakpoint_data();
+    void markers_on_every_breakpoint();
+    void value_under_the_pointer_data();
+    void value_under_the_pointer();
+    void wheel_zoom_and_reset_data();
+    void wheel_zoom_and_reset();
+    void rubber_band_zoom();
+    void zoom_across_redraws();
+    void log_axis_labels();
+    void export_png_and_svg();
+    void export_names_and_menu();
+
+  private:
+    QTemporaryDir dir_;
 };
 
 void TestGraph::labels_and_scales() {
@@ -54,12 +160,9 @@ void TestGraph::labels_and_scales() {
     // clang-format on
     const auto scale = [](AxisScale s) { return s == AxisScale::Logarithmic ? "log" : "lin"; };
     for (const auto& [model, format, temperatures, expected] : rows) {
-        // Every model is offered the format here, so that only the model decides.
-        HeaderFields fields = HeaderFields::for_model(model);
-        fields.data_format.entries = {format};
-        fields.data_format.selected = 0;
         GraphState state;
-        const GraphSpec& spec = state.update_graph(model, curve_with(model, temperatures), fields);
+        const GraphSpec& spec =
+            state.update_graph(model, curve_with(model, temperatures), fields_of(model, format));
         const std::string got = spec.x_label + " | " + spec.y_label + " | " + scale(spec.x_scale) +
                                 " " + scale(spec.y_scale);
         QCOMPARE(QString::fromStdString(got), QString(expected));
@@ -141,6 +244,306 @@ void TestGraph::prints_titles_to_pdf() {
         // The screen graph is back without the print titles.
         QVERIFY(graph.spec().subtitle.empty() && graph.spec().extra_titles.empty());
     }
+}
+
+void TestGraph::markers_on_every_breakpoint_data() {
+    QTest::addColumn<Row>("row");
+    for (const auto& [name, row] : kFormats) QTest::newRow(name) << row;
+}
+
+void TestGraph::markers_on_every_breakpoint() {
+    QFETCH(Row, row);
+    Shown s(row);
+    check_markers(s.graph, {row.points});
+    // The adjusted view marks both series, each in its own colour; the adjusted curve is moved
+    // clear above the original so that neither line covers the other's markers.
+    const AxisScale y_scale = s.graph.spec().y_scale;
+    const double low = axis_position(s.graph.full_y_window().low, y_scale);
+    const double high = axis_position(s.graph.full_y_window().high, y_scale);
+    auto adjusted = row.points;
+    for (auto& p : adjusted) p.y = axis_value(axis_position(p.y, y_scale) + (high - low), y_scale);
+    s.graph.update_graph_series2(row.model, curve_of(row.model, adjusted),
+                                 fields_of(row.model, row.format));
+    QCOMPARE(s.graph.chart()->series().size(), 2);
+    check_markers(s.graph, {row.points, adjusted});
+}
+
+void TestGraph::value_under_the_pointer_data() {
+    QTest::addColumn<Row>("row");
+    QTest::addColumn<int>("point");     // 1-based; 0: between point 1 and 2
+    QTest::addColumn<QString>("text");  // shown near that place
+    QTest::newRow("volts") << kFormats[1].second << 3 << "Point 3\n1.02 Volts\n77.35 K";
+    QTest::newRow("millivolts") << kFormats[0].second << 1 << "Point 1\n-6.2 MilliVolts\n4 K";
+    QTest::newRow("log ohms") << kFormats[4].second << 2
+                              << "Point 2\n2.6 Log Ohms (398.107 Ohms)\n40 K";
+    QTest::newRow("log kelvin") << kFormats[5].second << 4
+                                << "Point 4\n4.3 Log Ohms (19952.6 Ohms)\n"
+                                   "-0.3 Log Kelvin (0.501187 K)";
+    QTest::newRow("older model") << kFormats[6].second << 2 << "Point 2\n1 sensor units\n100 K";
+    // Halfway between two points of a log-log plot lies their geometric mean.
+    QTest::newRow("line, log axes") << Row{M::TAZ, "Ohms vs. Kelvin", {{100, 100}, {10, 1000}}} << 0
+                                    << "Between points 1 and 2\n316.228 Ohms\n31.6228 K";
+    QTest::newRow("line, linear axes")
+        << kFormats[1].second << 0 << "Between points 1 and 2\n1.38 Volts\n10.7 K";
+}
+
+void TestGraph::value_under_the_pointer() {
+    QFETCH(Row, row);
+    QFETCH(int, point);
+    QFETCH(QString, text);
+    Shown s(row);
+    const auto at = [&](int p) { return s.graph.position_of(row.points[p].x, row.points[p].y); };
+    // A pixel or two off still finds the breakpoint.
+    const QPointF pos = point > 0 ? at(point - 1) + QPointF(2, -1) : (at(0) + at(1)) / 2;
+    QCOMPARE(s.graph.value_text_at(pos), text);
+    // The label follows the pointer (to the pixel) and stays inside the graph.
+    QLabel* label = s.graph.value_label();
+    QTest::mouseMove(s.graph.viewport(), pos.toPoint());
+    QTRY_VERIFY(label->isVisible());
+    QCOMPARE(label->text().section('\n', 0, 0), text.section('\n', 0, 0));
+    QVERIFY(s.graph.rect().contains(label->geometry()));
+
+    // Away from the curve the place itself is shown, with the same units.
+    const QRectF plot = s.graph.plot_rect();
+    QPointF away;
+    double farthest = 0;
+    for (QPointF corner :
+         {plot.topLeft(), plot.topRight(), plot.bottomLeft(), plot.bottomRight()}) {
+        corner += (plot.center() - corner) / 50;
+        double nearest = 1e9;
+        for (std::size_t i = 0; i < row.points.size(); ++i) {
+            const QPointF p = at(int(i));
+            nearest = std::min(nearest, std::hypot(p.x() - corner.x(), p.y() - corner.y()));
+        }
+        if (nearest > farthest) std::tie(away, farthest) = std::pair{corner, nearest};
+    }
+    const QString elsewhere = s.graph.value_text_at(away);
+    QVERIFY(!elsewhere.isEmpty() && !elsewhere.contains("Point") && !elsewhere.contains("Between"));
+    QCOMPARE(elsewhere.section('\n', 0, 0).section(' ', 1, 1),
+             text.section('\n', 1, 1).section(' ', 1, 1));
+    QCOMPARE(elsewhere.section(' ', -1), text.section(' ', -1));
+    // Outside the plot there is nothing to show, and leaving the graph hides the label.
+    QCOMPARE(s.graph.value_text_at(QPointF(2, 2)), QString());
+    QEvent leave(QEvent::Leave);
+    QApplication::sendEvent(s.graph.viewport(), &leave);
+    QVERIFY(!label->isVisible());
+}
+
+void TestGraph::wheel_zoom_and_reset_data() {
+    QTest::addColumn<Row>("row");
+    QTest::addColumn<QString>("reset");  // how the full curve comes back
+    QTest::newRow("linear, Home key") << kFormats[1].second << "home";
+    QTest::newRow("log log, double click") << kFormats[2].second << "double click";
+    QTest::newRow("log x, context menu") << kFormats[4].second << "menu";
+}
+
+void TestGraph::wheel_zoom_and_reset() {
+    QFETCH(Row, row);
+    QFETCH(QString, reset);
+    Shown s(row);
+    CurveGraph& g = s.graph;
+    const AxisWindow full_x = g.x_window();
+    const AxisWindow full_y = g.y_window();
+    const auto span = [](const AxisWindow& w, AxisScale scale) {
+        return axis_position(w.high, scale) - axis_position(w.low, scale);
+    };
+    const GraphSpec& spec = g.spec();
+    const GraphPoint anchor = row.points[1];
+    const QPointF pos = g.position_of(anchor.x, anchor.y);
+
+    // Two notches in: each axis shows 0.8 x 0.8 of its span (in decades on a log axis), and
+    // the breakpoint under the pointer stays under it.
+    wheel(g, pos, 240);
+    QVERIFY(g.zoomed());
+    QCOMPARE(span(g.x_window(), spec.x_scale) / span(full_x, spec.x_scale), 0.64);
+    QCOMPARE(span(g.y_window(), spec.y_scale) / span(full_y, spec.y_scale), 0.64);
+    const QPointF after = g.position_of(anchor.x, anchor.y);
+    QVERIFY2(std::hypot(after.x() - pos.x(), after.y() - pos.y()) < 0.5,
+             qPrintable(QStringLiteral("%1,%2").arg(after.x()).arg(after.y())));
+    // A zoomed log axis still labels round values (a log axis alone would label none inside a
+    // decade): between 3 and 10 labels, all inside the window.
+    wheel(g, pos, 120 * 8);
+    for (auto [scale, orientation, window] :
+         {std::tuple{spec.x_scale, Qt::Horizontal, g.x_window()},
+          std::tuple{spec.y_scale, Qt::Vertical, g.y_window()}}) {
+        if (scale != AxisScale::Logarithmic) continue;
+        QVERIFY(decades(window) < 1);
+        QCategoryAxis* labels = nullptr;
+        for (QAbstractAxis* a : g.chart()->axes(orientation))
+            if (a->isVisible()) labels = qobject_cast<QCategoryAxis*>(a);
+        QVERIFY(labels);
+        QVERIFY(labels->count() >= 3 && labels->count() <= 10);
+        for (const QString& l : labels->categoriesLabels()) {
+            const double v = l.toDouble();
+            QVERIFY(v >= window.low && v <= window.high);
+        }
+    }
+
+    // Zooming out stops at the full curve.
+    wheel(g, pos, -120 * 40);
+    QVERIFY(!g.zoomed());
+    wheel(g, pos, 360);
+
+    if (reset == "home") {
+        QTest::keyClick(&g, Qt::Key_Home);
+    } else if (reset == "double click") {
+        QTest::mouseDClick(g.viewport(), Qt::LeftButton, {}, pos.toPoint());
+    } else {
+        QAction* action = g.findChild<QAction*>("actionResetZoom");
+        QVERIFY(action && action->isEnabled() && g.actions().contains(action));
+        action->trigger();
+        QVERIFY(!action->isEnabled());
+    }
+    QVERIFY(!g.zoomed());
+    QCOMPARE(g.x_window(), full_x);
+    QCOMPARE(g.y_window(), full_y);
+    // The axes the graph had before the zoom are back, with their own labels.
+    for (QAbstractAxis* a : g.chart()->axes())
+        QCOMPARE(a->isVisible(), !qobject_cast<QCategoryAxis*>(a));
+}
+
+void TestGraph::rubber_band_zoom() {
+    // Linear and log-log: dragging from one breakpoint to another shows just the rectangle
+    // between them, each edge within a pixel; a drag of two pixels does not zoom.
+    for (const Row& row : {kFormats[1].second, kFormats[2].second}) {
+        Shown s(row);
+        CurveGraph& g = s.graph;
+        const GraphPoint a = row.points[1], b = row.points[2];
+        const QPoint from = g.position_of(a.x, a.y).toPoint();
+        const auto drag = [&](QPoint to) {
+            QTest::mousePress(g.viewport(), Qt::LeftButton, {}, from);
+            QTest::mouseMove(g.viewport(), to);
+            QTest::mouseRelease(g.viewport(), Qt::LeftButton, {}, to);
+        };
+        drag(from + QPoint(2, 2));
+        QVERIFY(!g.zoomed());
+        const auto span = [](const AxisWindow& w, AxisScale scale) {
+            return axis_position(w.high, scale) - axis_position(w.low, scale);
+        };
+        const AxisScale xs = g.spec().x_scale, ys = g.spec().y_scale;
+        const double x_pixel = span(g.x_window(), xs) / g.plot_rect().width();
+        const double y_pixel = span(g.y_window(), ys) / g.plot_rect().height();
+        drag(g.position_of(b.x, b.y).toPoint());
+        QVERIFY(g.zoomed());
+        // shown, wanted, scale, one pixel in axis positions
+        const std::array<std::tuple<double, double, AxisScale, double>, 4> edges{
+            {{g.x_window().low, std::min(a.x, b.x), xs, x_pixel},
+             {g.x_window().high, std::max(a.x, b.x), xs, x_pixel},
+             {g.y_window().low, std::min(a.y, b.y), ys, y_pixel},
+             {g.y_window().high, std::max(a.y, b.y), ys, y_pixel}}};
+        for (const auto& [shown, wanted, scale, pixel] : edges)
+            QVERIFY(std::abs(axis_position(shown, scale) - axis_position(wanted, scale)) <= pixel);
+    }
+}
+
+void TestGraph::zoom_across_redraws() {
+    const Row row = kFormats[1].second;
+    Shown s(row);
+    CurveGraph& g = s.graph;
+    const HeaderFields volts = fields_of(row.model, row.format);
+    g.zoom_to(QRectF(g.position_of(20, 1.2), g.position_of(100, 0.9)));
+    const AxisWindow x = g.x_window();
+    const AxisWindow y = g.y_window();
+    // An edited point: the view stays where the user looks.
+    auto edited = row.points;
+    edited[2].y = 1.03;
+    g.update_graph(row.model, curve_of(row.model, edited), volts);
+    QCOMPARE(g.x_window(), x);
+    QCOMPARE(g.y_window(), y);
+    // A curve with nothing in view, or other scales, shows the whole curve.
+    g.update_graph(row.model, curve_of(row.model, {{300, 5}, {400, 6}}), volts);
+    QVERIFY(!g.zoomed());
+    g.zoom_to(QRectF(g.position_of(320, 5.6), g.position_of(380, 5.2)));
+    QVERIFY(g.zoomed());
+    g.update_graph(M::TAZ, curve_of(M::TAZ, {{350, 5.5}, {300, 5.7}}),
+                   fields_of(M::TAZ, "Ohms vs. Kelvin"));
+    QVERIFY(g.spec().x_scale == AxisScale::Logarithmic && !g.zoomed());
+}
+
+void TestGraph::log_axis_labels() {
+    // window, labels: decades (thinned when many), 1-2-5, 1..9, then round linear steps
+    const std::pair<AxisWindow, std::vector<double>> rows[] = {
+        {{1e-3, 1e9}, {0.01, 1, 100, 1e4, 1e6, 1e8}},
+        {{1, 1000}, {1, 10, 100, 1000}},
+        {{3, 60}, {5, 10, 20, 50}},
+        {{1.5, 9}, {2, 3, 4, 5, 6, 7, 8, 9}},
+        {{21, 61}, {30, 40, 50, 60}},
+        {{4.02, 4.4}, {4.05, 4.1, 4.15, 4.2, 4.25, 4.3, 4.35, 4.4}}};
+    for (const auto& [window, labels] : rows) {
+        const std::vector<double> got = log_ticks(window);
+        QCOMPARE(got.size(), labels.size());
+        for (std::size_t i = 0; i < got.size(); ++i) QCOMPARE(got[i], labels[i]);
+    }
+    // Neighbouring labels differ in their text however close the zoom.
+    const AxisWindow narrow{300.0001, 300.0009};
+    const double step = nice_step(narrow.high - narrow.low, 4);
+    QCOMPARE(step, 0.0002);
+    const int digits = label_digits(narrow, step);
+    QCOMPARE(QString::number(300.0002, 'g', digits), QString("300.0002"));
+    // Zooming stops at a millionth of the values shown.
+    const AxisWindow tight{300, 300.0004};
+    QCOMPARE(zoom_about(tight, {0, 500}, AxisScale::Linear, 300.0002, 0.5), tight);
+}
+
+void TestGraph::export_png_and_svg() {
+    Shown s(kFormats[2].second);
+    CurveGraph& g = s.graph;
+    wheel(g, g.position_of(100, 180), 360);
+    QTest::mouseMove(g.viewport(), g.position_of(100, 180).toPoint());
+    QVERIFY(g.value_label()->isVisible());
+
+    const QString png = dir_.filePath("graph.png");
+    QCOMPARE(g.export_image(png, GraphImageFormat::Png), QString());
+    QImage image(png);
+    QCOMPARE(image.size(), g.size());
+    // What is shown, zoom included, without the pointer's label.
+    g.value_label()->hide();
+    const QImage shown = g.grab().toImage().convertToFormat(image.format());
+    int differ = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) differ += image.pixel(x, y) != shown.pixel(x, y);
+    QVERIFY2(differ < image.width() * image.height() / 100, qPrintable(QString::number(differ)));
+    int coloured = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) coloured += qGray(image.pixel(x, y)) < 128;
+    QVERIFY(coloured > 1000);
+
+    const QString svg = dir_.filePath("graph.svg");
+    QCOMPARE(g.export_image(svg, GraphImageFormat::Svg), QString());
+    QFile file(svg);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QXmlStreamReader xml(&file);
+    QStringList texts;
+    while (!xml.atEnd())
+        if (xml.readNext() == QXmlStreamReader::Characters)
+            texts << xml.text().toString().trimmed();
+    QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
+    QVERIFY(texts.contains("Temperature (Kelvin)") && texts.contains("Sensor Units (Ohms)"));
+    QSvgRenderer renderer(svg);
+    QVERIFY(renderer.isValid());
+    QCOMPARE(renderer.viewBox(), QRect(QPoint(), g.size()));
+}
+
+void TestGraph::export_names_and_menu() {
+    using F = GraphImageFormat;
+    // chosen name, format of the menu entry, file written
+    const std::tuple<const char*, F, const char*, F> names[] = {
+        {"graph", F::Png, "graph.png", F::Png},
+        {"graph", F::Svg, "graph.svg", F::Svg},
+        {"graph.SVG", F::Png, "graph.SVG", F::Svg},
+        {"curve.v2", F::Png, "curve.v2.png", F::Png}};
+    for (const auto& [chosen, fallback, path, format] : names) {
+        const auto [p, f] = CurveGraph::export_target(chosen, fallback);
+        QCOMPARE(p, QString(path));
+        QVERIFY(f == format);
+    }
+
+    // The context menu's exports go through the window's hooks (tests/ui/test_main_window.cpp).
+    CurveGraph g;
+    QStringList menu;
+    for (QAction* a : g.actions()) menu << a->text();
+    QCOMPARE(menu,
+             (QStringList{"Reset Zoom", "", "Export Graph as PNG...", "Export Graph as SVG..."}));
 }
 
 QTEST_MAIN(TestGraph)

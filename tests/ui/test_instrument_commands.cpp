@@ -1,13 +1,17 @@
 // The window against the simulated instrument: catalogue at start-up, the pick and progress
 // dialogs of reading, writing and deleting, the scaling dialog, the simple installation loop,
-// and once the program as it runs, with real modal loops and the real clock.
+// once the program as it runs, with real modal loops and the real clock; and the Instrument
+// menu: writes checked by reading the location back (and what the window does when the
+// instrument holds something else), compare, and curves backed up to a folder and restored.
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QtTest>
 #include <thread>
 
 #include "link/qt/real_transports.h"
+#include "protocol/verify.h"
 #include "sim/adapter_server.h"
 #include "sim/instrument.h"
 #include "ui_script.h"
@@ -18,6 +22,23 @@ using namespace kelvara::test;
 namespace {
 const char* kAskWrite = "Do you really want to write to this curve location?";
 const char* kCompleted = "Curve writing to instrument completed.";
+
+// Where the read list shows the location the last write went to (the write list's first).
+int read_index_of_written(Harness& h) {
+    const auto& reads = h.w().pick_lists().read.entries;
+    return int(std::find(reads.begin(), reads.end(), h.w().pick_lists().write.entries[0]) -
+               reads.begin());
+}
+
+// Answers a report dialog and keeps its heading and lines.
+Step read_report(QString& heading, QString& lines) {
+    return [&](QDialog& d) {
+        heading = child<QLabel>(d, "Label1")->text();
+        lines = child<QPlainTextEdit>(d, "Text1")->toPlainText();
+        return click(d, "Command1");
+    };
+}
+
 }  // namespace
 
 class TestInstrumentCommands : public QObject {
@@ -31,15 +52,13 @@ class TestInstrumentCommands : public QObject {
         Harness h;
         QVERIFY(h.start(InstrumentModel::TAZ, 1));
         QCOMPARE(h.w().link().interface(), Interface::GPIB);
-        for (const char* b : {"Command3", "Command4", "Command5"})
-            QVERIFY(h.find<QPushButton>(b)->isEnabled());
+        QVERIFY(h.online_commands_enabled());
         // The catalogue was read at start-up.
         QCOMPARE(int(h.w().pick_lists().read.entries.size()), 61);
         for (const auto& e : h.w().pick_lists().read.entries)
             QVERIFY2(e.find(" - ") != std::string::npos, e.c_str());
         QVERIFY(h.prompts.shown.empty());
-        h.files.push_back(tza_file(dir, 5));
-        h.w().Command1_Click();
+        h.read_file(tza_file(dir, 5));
         sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
         QVERIFY(!sim->curve(21));
 
@@ -66,13 +85,8 @@ class TestInstrumentCommands : public QObject {
         QVERIFY(h.w().pick_lists().write.entries[0].rfind("21 - CURVE1", 0) == 0);
 
         // Read it back over another curve; the read list shows the new entry too.
-        h.files.push_back(tza_file(dir, 3, "OTHER"));
-        h.w().Command1_Click();
-        const auto& reads = h.w().pick_lists().read.entries;
-        const auto at = std::find(reads.begin(), reads.end(), h.w().pick_lists().write.entries[0]);
-        h.script.expect("pickreadcurve", pick(int(at - reads.begin())))
-            .expect("readcurve", run_timed());
-        h.w().Command3_Click();
+        h.read_file(tza_file(dir, 3, "OTHER"));
+        h.transfer("readcurve", read_index_of_written(h));
         QCOMPARE(h.w().curve().breakpoint_count, 5);
         QCOMPARE(h.text("Text31"), QStringLiteral("CURVE1"));
         QCOMPARE(h.text("Text1"), QStringLiteral("0.1"));
@@ -85,13 +99,11 @@ class TestInstrumentCommands : public QObject {
         });
         h.w().Command5_Click();
         QVERIFY(sim->curve(21));
-        h.prompts.answers = {true};
-        h.script.expect("pickdeletecurve", pick(0)).expect("deletecurve", run_timed());
-        h.w().Command5_Click();
+        h.transfer("deletecurve", 0);
         QVERIFY(!sim->curve(21));
         QCOMPARE(h.prompts.questions.back(),
                  std::string("Do you really want to delete this curve?"));
-        QVERIFY(h.script.unexpected.isEmpty());
+        QVERIFY(h.script.done());
         QCOMPARE(h.w().curve().breakpoint_count, 5);  // deleting leaves the open curve alone
     }
 
@@ -99,25 +111,16 @@ class TestInstrumentCommands : public QObject {
         Harness h;
         QVERIFY(h.start(InstrumentModel::KIP, 1));
         // A platinum resistor curve ending at 300 ohms: divided by 100 on the way out.
-        h.files.push_back(write_model_curve(
+        h.read_file(write_model_curve(
             dir.filePath(QStringLiteral("pt.NAV")), InstrumentModel::KIP, 4,
             [](int i) { return i ? 100.0 * i : 20; }, [](int i) { return 50 + 150.0 * i; }));
-        h.w().Command1_Click();
-        QCOMPARE(h.w().curve().breakpoint_count, 4);
-
-        h.prompts.answers = {true};
         QString factor;
-        h.script.expect("pickwritecurve", pick(0))
-            .expect("writecurve", run_timed())
-            .expect("scaling", [&](QDialog& d) {
-                check_fits(d, QStringLiteral("scaling"));
-                factor = child<QLineEdit>(d, "Text2")->text();
-                child<QLineEdit>(d, "Text2")->setText("abc");
-                click(d, "Command1");  // refused
-                child<QLineEdit>(d, "Text2")->setText("0.01");
-                return click(d, "Command1");
-            });
-        h.w().Command4_Click();
+        h.transfer("writecurve", 0, {{"scaling", [&](QDialog& d) {
+                                          check_fits(d, QStringLiteral("scaling"));
+                                          factor = child<QLineEdit>(d, "Text2")->text();
+                                          fill({{"Text2", "abc"}}, "Command1")(d);  // refused
+                                          return fill({{"Text2", "0.01"}}, "Command1")(d);
+                                      }}});
         QCOMPARE(factor, QStringLiteral("0.01"));
         QCOMPARE(h.prompts.texts(), std::vector<std::string>{"Enter a valid number."});
         QVERIFY(h.w().write_confirmed());
@@ -126,7 +129,7 @@ class TestInstrumentCommands : public QObject {
         // The window's curve keeps its unscaled values.
         QCOMPARE(h.w().curve().sensor_units[3], 300.0);
         QCOMPARE(h.text("Text4"), QStringLiteral("300"));
-        QVERIFY(h.script.unexpected.isEmpty());
+        QVERIFY(h.script.done());
     }
 
     void simple_installation_data() {
@@ -140,9 +143,7 @@ class TestInstrumentCommands : public QObject {
         QFETCH(int, files);
         QFETCH(int, installs);
         Harness h;
-        h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
-            .expect("communication", choose_interface(2, true))
-            .expect("wait", run_timed());
+        h.expect_setup(InstrumentModel::TAZ, 2, true);
         for (int i = 0; i < files; ++i) {
             h.files.push_back(tza_file(dir, 4 + i, i ? "SECOND" : "FIRST"));
             if (i == installs) {
@@ -157,8 +158,7 @@ class TestInstrumentCommands : public QObject {
         QSignalSpy ended(h.window.get(), &ui::MainWindow::program_ended);
         QVERIFY(!h.w().Form_Load());
         QCOMPARE(ended.count(), 1);
-        QVERIFY(h.script.steps.empty());
-        QVERIFY(h.script.unexpected.isEmpty());
+        QVERIFY(h.script.done());
         QCOMPARE(h.prompts.texts(), std::vector<std::string>(installs, kCompleted));
         sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
         for (int i = 0; i < 3; ++i) QCOMPARE(sim->curve(21 + i) != nullptr, i < installs);
@@ -190,23 +190,14 @@ class TestInstrumentCommands : public QObject {
             QCOMPARE(h.w().link().interface(), Interface::GPIB);
             QCOMPARE(h.w().setup().gpib_route, GpibRoute::EthernetAdapter);
             QVERIFY(h.prompts.shown.empty());
-            h.files.push_back(tza_file(dir, 3, "VIA-LAN"));
-            h.w().Command1_Click();
-            h.prompts.answers = {true};
-            h.script.expect("pickwritecurve", pick(0)).expect("writecurve", run_timed());
-            h.w().Command4_Click();
-            h.files.push_back(tza_file(dir, 2, "OTHER"));
-            h.w().Command1_Click();
-            const auto& reads = h.w().pick_lists().read.entries;
-            const auto at =
-                std::find(reads.begin(), reads.end(), h.w().pick_lists().write.entries[0]);
-            h.script.expect("pickreadcurve", pick(int(at - reads.begin())))
-                .expect("readcurve", run_timed());
-            h.w().Command3_Click();
+            h.read_file(tza_file(dir, 3, "VIA-LAN"));
+            h.transfer("writecurve", 0);
+            h.read_file(tza_file(dir, 2, "OTHER"));
+            h.transfer("readcurve", read_index_of_written(h));
             QCOMPARE(h.w().curve().breakpoint_count, 3);
             QCOMPARE(h.text("Text31"), QStringLiteral("VIA-LAN"));
             QVERIFY(h.prompts.shown.empty());
-            QVERIFY(h.script.unexpected.isEmpty());
+            QVERIFY(h.script.done());
         }
         server.stop();
         serving.join();
@@ -241,23 +232,14 @@ class TestInstrumentCommands : public QObject {
         QStringList answered;
         QStringList progress_labels;
         QTimer answer;
-        answer.setInterval(20);
-        QObject::connect(&answer, &QTimer::timeout, [&] {
-            auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!d || !d->isVisible() || d->objectName() == "wait") return;
-            const QString name = d->objectName();
-            if (name == "writecurve") {
-                const QString text = child<QLabel>(*d, "Label1")->text();
-                if (progress_labels.value(progress_labels.size() - 1) != text)
-                    progress_labels << text;
+        answer_real_dialogs(answer, InstrumentModel::FEN, 1, [&](QDialog& d) {
+            if (d.objectName() != "writecurve") {
+                answered << d.objectName();
                 return;
             }
-            answered << name;
-            if (name == "instrumentselection") choose_model(InstrumentModel::FEN)(*d);
-            if (name == "communication") choose_interface(1, false)(*d);
-            if (name == "pickwritecurve") click(*d, "Command1");
+            const QString text = child<QLabel>(d, "Label1")->text();
+            if (progress_labels.value(progress_labels.size() - 1) != text) progress_labels << text;
         });
-        answer.start();
         QElapsedTimer elapsed;
         elapsed.start();
         QVERIFY(h.w().Form_Load());
@@ -274,6 +256,140 @@ class TestInstrumentCommands : public QObject {
         QVERIFY(h.sim(InstrumentModel::FEN)->curve(21));
         // The label moved on while the points went out.
         QVERIFY2(progress_labels.size() >= 2, qPrintable(progress_labels.join('|')));
+    }
+
+    void menu_follows_the_link_and_remembers_the_check() {
+        const char* commands[] = {"actionCompareWithInstrument", "actionBackUpInstrument",
+                                  "actionRestoreInstrument"};
+        {
+            Harness h;
+            QVERIFY(h.start(InstrumentModel::TAZ));  // offline
+            QVERIFY(h.action("actionVerifyAfterWriting")->isChecked());
+            for (const char* c : commands) QVERIFY2(!h.action(c)->isEnabled(), c);
+            h.action("actionVerifyAfterWriting")->setChecked(false);
+        }
+        ui::MainWindow next;  // the next run
+        QVERIFY(!next.findChild<QAction*>(QStringLiteral("actionVerifyAfterWriting"))->isChecked());
+        Harness h;
+        QVERIFY(h.start(InstrumentModel::TAZ, 2));
+        for (const char* c : commands) QVERIFY2(h.action(c)->isEnabled(), c);
+    }
+
+    void write_is_checked_data() {
+        QTest::addColumn<QString>("faults");
+        QTest::addColumn<bool>("verify");
+        QTest::addColumn<QString>("report");  // the differences shown, "" for none
+        QTest::newRow("held as sent") << "" << true << "";
+        QTest::newRow("point 2 stored wrong")
+            << "corrupt=2" << true
+            << "point 2: sent .200000, 380.000; instrument holds .200000, 381.000";
+        QTest::newRow("not checked") << "corrupt=2" << false << "";
+    }
+    void write_is_checked() {
+        QFETCH(QString, faults);
+        QFETCH(bool, verify);
+        QFETCH(QString, report);
+        Harness h;
+        QVERIFY(h.start(InstrumentModel::TAZ, 2));
+        h.action("actionVerifyAfterWriting")->setChecked(verify);
+        h.read_file(tza_file(dir, 3));
+        QTest::keyClicks(h.find<QLineEdit>("Text31"), "X");
+        QVERIFY(h.w().curve_modified());
+        sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
+        QVERIFY(sim->faults.parse(faults.toStdString()));
+        sim->clear_log();
+
+        QString heading, lines;
+        if (report.isEmpty())
+            h.transfer("writecurve", 0);
+        else
+            h.transfer("writecurve", 0, {{"verifyreport", read_report(heading, lines)}});
+        QVERIFY(h.script.done());
+        QCOMPARE(lines, report);
+        if (!report.isEmpty()) QCOMPARE(heading, QString::fromLatin1(kVerifyDiffers));
+        // Only a write the instrument is seen to hold (or that was not checked) is confirmed
+        // and leaves nothing to save.
+        QCOMPARE(h.w().write_confirmed(), report.isEmpty());
+        QCOMPARE(h.w().curve_modified(), !report.isEmpty());
+        const auto& log = sim->log();
+        QCOMPARE(std::count(log.begin(), log.end(), "CRVPT? 21,1"), verify ? 1 : 0);
+    }
+
+    // The simple installation shows the differences, then asks to repeat instead of saying the
+    // curve was installed.
+    void simple_installation_shows_the_differences() {
+        Harness h;
+        h.transports.instrument(InstrumentModel::TAZ).faults.parse("droplast");
+        h.expect_setup(InstrumentModel::TAZ, 2, true);
+        h.files.push_back(tza_file(dir, 3, "SIMPLE"));
+        h.prompts.answers = {true};
+        QString heading, lines;
+        h.script.expect("pickwritecurve", pick(0))
+            .expect("writecurve", run_timed())
+            .expect("verifyreport", read_report(heading, lines))
+            .expect("repeatchoice", press("Command2"));
+        QVERIFY(!h.w().Form_Load());
+        QVERIFY(h.script.done());
+        QCOMPARE(lines,
+                 QStringLiteral("point 3: sent .300000, 370.000; instrument holds no point"));
+        QVERIFY(h.prompts.texts().empty());  // no "Curve writing to instrument completed."
+    }
+
+    void compare_with_a_location() {
+        Harness h;
+        QVERIFY(h.start(InstrumentModel::TAZ, 1));
+        h.read_file(tza_file(dir, 3, "WRITTEN"));
+        h.transfer("writecurve", 0);
+        QVERIFY(h.w().write_confirmed());
+        const sim::SimCurve held = *h.sim(InstrumentModel::TAZ)->curve(21);
+
+        h.transfer("comparecurve", 21);
+        QCOMPARE(h.prompts.texts().back(), std::string(kCompareAgrees));
+
+        h.read_file(tza_file(dir, 2, "OTHER"));
+        QString heading, lines;
+        h.transfer("comparecurve", 21, {{"comparereport", read_report(heading, lines)}});
+        QCOMPARE(lines, QStringLiteral("name: would send \"OTHER\", instrument holds \"WRITTEN\"\n"
+                                       "point 3: not in the curve; instrument holds .300000, "
+                                       "370.000"));
+        QCOMPARE(*h.sim(InstrumentModel::TAZ)->curve(21), held);  // nothing written
+        QCOMPARE(h.text("Text31"), QStringLiteral("OTHER"));
+        QVERIFY(h.script.done());
+    }
+
+    void back_up_and_restore() {
+        Harness h;
+        QVERIFY(h.start(InstrumentModel::FEN, 2));
+        sim::Instrument* sim = h.sim(InstrumentModel::FEN);
+        for (int k = 0; k < 2; ++k) {
+            h.read_file(tza_file(dir, 3 + k, k ? "SECOND" : "FIRST"));
+            h.transfer("writecurve", k);
+        }
+        const sim::SimCurve first = *sim->curve(21), second = *sim->curve(22);
+        const QString folder = dir.filePath(QStringLiteral("backup"));
+
+        QString heading, lines;
+        h.files.push_back(folder);
+        h.script.expect("backupcurves", run_timed())
+            .expect("backupreport", read_report(heading, lines));
+        h.w().back_up_instrument();
+        QCOMPARE(heading, QStringLiteral("The instrument's curves were saved in %1.").arg(folder));
+        QCOMPARE(lines, QStringLiteral("location 21: saved in 21.TAZ (FIRST, SN1, 3 points)\n"
+                                       "location 22: saved in 22.TAZ (SECOND, SN1, 4 points)\n"
+                                       "empty, nothing to save: 23 24 25 26 27 28"));
+        sim->erase(21);
+        sim->erase(22);
+
+        h.files.push_back(folder);
+        h.prompts.answers = {true};
+        h.script.expect("restorecurves", run_timed())
+            .expect("restorereport", read_report(heading, lines));
+        h.w().restore_instrument();
+        QCOMPARE(lines, QStringLiteral("location 21 (21.TAZ): written and verified\n"
+                                       "location 22 (22.TAZ): written and verified"));
+        QCOMPARE(*sim->curve(21), first);
+        QCOMPARE(*sim->curve(22), second);
+        QVERIFY(h.script.done());
     }
 };
 

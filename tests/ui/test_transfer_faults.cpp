@@ -15,8 +15,6 @@
 using namespace kelvara;
 using namespace kelvara::test;
 
-Q_DECLARE_METATYPE(kelvara::InstrumentModel)
-
 namespace {
 const std::string kLost =
     "The connection to the instrument was lost (%1). Kelvara now works offline: choose "
@@ -32,11 +30,6 @@ double cpu_seconds() {
            usage.ru_stime.tv_usec / 1e6;
 }
 
-bool instrument_buttons_enabled(Harness& h) {
-    for (const char* b : {"Command3", "Command4", "Command5"})
-        if (!h.find<QPushButton>(b)->isEnabled()) return false;
-    return true;
-}
 bool status_says_offline(Harness& h) {
     return h.find<QLabel>("statusText")->text().endsWith(QLatin1String("  |  offline"));
 }
@@ -52,7 +45,7 @@ class TestTransferFaults : public QObject {
     void fault_during_a_transfer_data() {
         QTest::addColumn<InstrumentModel>("model");
         QTest::addColumn<int>("bus");         // 1 GPIB, 2 RS-232
-        QTest::addColumn<QString>("button");  // the command that runs the transfer
+        QTest::addColumn<QString>("dialog");  // of the transfer
         QTest::addColumn<QString>("faults");  // the counts are lines from the transfer's start
         QTest::addColumn<int>("points");      // of the curve read from a file first
         QTest::addColumn<QStringList>("messages");
@@ -63,24 +56,24 @@ class TestTransferFaults : public QObject {
             QString::fromStdString(kLost).arg("the GPIB driver reported ENOL (no listener)");
         const QString problem = QString::fromLatin1(kProblemTalking);
         QTest::newRow("read, line hung up")
-            << InstrumentModel::TAZ << 2 << "Command3"
+            << InstrumentModel::TAZ << 2 << "readcurve"
             << "hangup=3" << 4 << QStringList{problem, lost_serial} << true;
-        QTest::newRow("read, silence") << InstrumentModel::TAZ << 2 << "Command3"
+        QTest::newRow("read, silence") << InstrumentModel::TAZ << 2 << "readcurve"
                                        << "cut=3" << 4 << QStringList{problem} << false;
         QTest::newRow("write, GPIB write fails")
-            << InstrumentModel::TAZ << 1 << "Command4"
+            << InstrumentModel::TAZ << 1 << "writecurve"
             << "hangup=2" << 4 << QStringList{problem, lost_gpib} << true;
         QTest::newRow("delete, busy to the end")
-            << InstrumentModel::TAZ << 1 << "Command5"
+            << InstrumentModel::TAZ << 1 << "deletecurve"
             << "busy=forever" << 4 << QStringList{QString::fromLatin1(kNotConfirmedSaved)} << false;
         QTest::newRow("write, one point to the KOR")
-            << InstrumentModel::KOR << 2 << "Command4"
+            << InstrumentModel::KOR << 2 << "writecurve"
             << "" << 1 << QStringList{QString::fromLatin1(kNothingSent)} << false;
     }
     void fault_during_a_transfer() {
         QFETCH(InstrumentModel, model);
         QFETCH(int, bus);
-        QFETCH(QString, button);
+        QFETCH(QString, dialog);
         QFETCH(QString, faults);
         QFETCH(int, points);
         QFETCH(QStringList, messages);
@@ -92,8 +85,7 @@ class TestTransferFaults : public QObject {
                                        dir.filePath(QStringLiteral("one.NAV")), model, points,
                                        [](int i) { return 0.1 + i; }, [](int) { return 300.0; })
                                  : tza_file(dir, points, "ONSCREEN");
-        h.files.push_back(file);
-        h.w().Command1_Click();
+        h.read_file(file);
         const CurveRecord before = h.w().curve();
         const QString name = h.text("Text31");
 
@@ -102,20 +94,9 @@ class TestTransferFaults : public QObject {
         // Counted from the transfer's first command on.
         if (sim->faults.hangup_after >= 0) sim->faults.hangup_after += sim->commands_received();
         if (sim->faults.cut_after >= 0) sim->faults.cut_after += sim->commands_received();
-        h.prompts.answers = {true};
-        const std::string dialog = button == "Command3"   ? "readcurve"
-                                   : button == "Command4" ? "writecurve"
-                                                          : "deletecurve";
-        h.script.expect(QString::fromStdString("pick" + dialog), pick(0))
-            .expect(QString::fromStdString(dialog), run_timed());
-        if (button == "Command3") h.w().Command3_Click();
-        if (button == "Command4") h.w().Command4_Click();
-        if (button == "Command5") h.w().Command5_Click();
-
-        QStringList shown;
-        for (const auto& t : h.prompts.texts()) shown << QString::fromStdString(t);
-        QCOMPARE(shown, messages);
-        QCOMPARE(instrument_buttons_enabled(h), !offline);
+        h.transfer(dialog, 0);
+        QCOMPARE(h.messages(), messages);
+        QCOMPARE(h.online_commands_enabled(), !offline);
         QCOMPARE(h.w().setup().interface == Interface::None, offline);
         QCOMPARE(status_says_offline(h), offline);
         QVERIFY(!h.w().write_confirmed());
@@ -123,7 +104,7 @@ class TestTransferFaults : public QObject {
         QCOMPARE(h.w().curve().breakpoint_count, before.breakpoint_count);
         QCOMPARE(h.w().curve().temperatures, before.temperatures);
         QCOMPARE(h.text("Text31"), name);
-        QVERIFY(h.script.unexpected.isEmpty());
+        QVERIFY(h.script.done());
     }
 
     // The program as it runs, with the real clock and real modal loops: the HOX erase waits
@@ -145,16 +126,9 @@ class TestTransferFaults : public QObject {
         double cpu_at_erase = 0, wait_cpu_share = 1;
         bool cancel_found = false;
         QTimer answer;
-        answer.setInterval(20);
-        QObject::connect(&answer, &QTimer::timeout, [&] {
-            auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            if (!d || !d->isVisible() || d->objectName() == "wait") return;
-            const QString name = d->objectName();
-            if (name == "instrumentselection") choose_model(InstrumentModel::HOX)(*d);
-            if (name == "communication") choose_interface(2, false)(*d);
-            if (name == "pickwritecurve") click(*d, "Command1");
-            if (name != "writecurve" || since_cancel.isValid()) return;
-            auto* cancel = child<QPushButton>(*d, "cmdCancelTransfer");
+        answer_real_dialogs(answer, InstrumentModel::HOX, 2, [&](QDialog& d) {
+            if (d.objectName() != "writecurve" || since_cancel.isValid()) return;
+            auto* cancel = child<QPushButton>(d, "cmdCancelTransfer");
             cancel_found = cancel != nullptr;
             const sim::Instrument* sim = h.sim(InstrumentModel::HOX);
             if (!cancel || !sim || sim->log().empty() || sim->log().back() != "ERASE!") return;
@@ -168,11 +142,10 @@ class TestTransferFaults : public QObject {
             QTest::mouseClick(h.find<QPushButton>("Command1"), Qt::LeftButton);
             since_cancel.start();
             if (escape)
-                QTest::keyClick(d, Qt::Key_Escape);
+                QTest::keyClick(&d, Qt::Key_Escape);
             else
                 QTest::mouseClick(cancel, Qt::LeftButton);
         });
-        answer.start();
         QVERIFY(h.w().Form_Load());
         h.w().show();
         h.w().Command1_Click();
@@ -190,7 +163,7 @@ class TestTransferFaults : public QObject {
             h.prompts.texts(),
             (std::vector<std::string>{
                 "Writing cancelled. The instrument may now hold a partial curve.", kCancelled}));
-        QVERIFY(!instrument_buttons_enabled(h));
+        QVERIFY(!h.online_commands_enabled());
         QVERIFY(status_says_offline(h));
         QVERIFY(!h.w().write_confirmed());
         QCOMPARE(h.sim(InstrumentModel::HOX)->log().back(), std::string("ERASE!"));

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
 #include <QComboBox>
 #include <QDialog>
 #include <QFile>
@@ -14,13 +16,17 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 #include <deque>
 #include <functional>
+#include <map>
 
 #include "curve/files.h"
 #include "link/clock.h"
 #include "sim/simulated_transports.h"
 #include "ui/main_window.h"
+
+Q_DECLARE_METATYPE(kelvara::InstrumentModel)
 
 namespace kelvara::test {
 
@@ -44,10 +50,11 @@ struct DialogScript {
         steps.pop_front();
         return step(dialog);
     }
+    bool done() const { return steps.empty() && unexpected.isEmpty(); }
 };
 
 template <class W = QWidget>
-W* child(QWidget& parent, const char* name) {
+W* child(QObject& parent, const char* name) {
     return parent.findChild<W*>(QString::fromLatin1(name));
 }
 
@@ -57,12 +64,18 @@ inline int click(QDialog& d, const char* button) {
     b->click();
     return d.result();
 }
-
 inline void check_option(QDialog& d, int option) {
     child<QRadioButton>(d, qPrintable(QStringLiteral("Option%1").arg(option)))->setChecked(true);
 }
 inline Step press(const char* button) {
     return [button](QDialog& d) { return click(d, button); };
+}
+// Types into the dialog's fields by name, then clicks the button.
+inline Step fill(std::vector<std::pair<const char*, QString>> texts, const char* button) {
+    return [=](QDialog& d) {
+        for (const auto& [name, text] : texts) child<QLineEdit>(d, name)->setText(text);
+        return click(d, button);
+    };
 }
 // option: 1 GPIB, 2 RS-232, 3 offline; simple installation (Option4) or advanced (Option5).
 inline Step choose_interface(int option, bool simple) {
@@ -89,7 +102,6 @@ inline Step pick(int index, int clicks = 1) {
         return d.result();
     };
 }
-
 // The instrument-selection dialog lists the models in the order of the model table.
 inline Step choose_model(InstrumentModel model) {
     return [model](QDialog& d) {
@@ -98,6 +110,45 @@ inline Step choose_model(InstrumentModel model) {
             if (p[i].model == model) check_option(d, int(i) + 1);
         return click(d, "Command1");
     };
+}
+
+inline QString program_title(InstrumentModel model, const QString& rest = {}) {
+    return QStringLiteral("Tessaly Kelvara - Version 8.3 - Instrument Model ") +
+           QString::fromLatin1(designation(model).data()) + rest;
+}
+
+// Types text into a field (replacing what it shows) and leaves it with Tab.
+inline void type_and_leave(QLineEdit* edit, const QString& text) {
+    edit->setFocus(Qt::MouseFocusReason);
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Backspace);
+    QTest::keyClicks(edit, text);
+    QTest::keyClick(edit, Qt::Key_Tab);
+    QCoreApplication::processEvents();
+}
+
+// Shown and active, so that its fields take focus and keys.
+inline void activate(QWidget* w) {
+    w->show();
+    QApplication::setActiveWindow(w);
+    QVERIFY(QTest::qWaitForWindowActive(w));
+}
+
+// For a window on the real clock: every 20 ms the timer answers the active modal dialog (the
+// wait dialog runs alone): the set-up dialogs with model and interface, the write pick with OK;
+// then also(dialog) sees every dialog answered or not.
+inline void answer_real_dialogs(QTimer& timer, InstrumentModel model, int interface,
+                                std::function<void(QDialog&)> also) {
+    QObject::connect(&timer, &QTimer::timeout, [=] {
+        auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!d || !d->isVisible() || d->objectName() == QLatin1String("wait")) return;
+        const QString name = d->objectName();
+        if (name == QLatin1String("instrumentselection")) choose_model(model)(*d);
+        if (name == QLatin1String("communication")) choose_interface(interface, false)(*d);
+        if (name == QLatin1String("pickwritecurve")) click(*d, "Command1");
+        also(*d);
+    });
+    timer.start(20);
 }
 
 // The window remembers files and set-up choices in QSettings: tests keep theirs in the test
@@ -142,12 +193,37 @@ struct Harness {
         window = std::make_unique<ui::MainWindow>(o);
     }
 
-    // Start-up for a model: offline (interface 3) or an instrument, advanced installation.
-    bool start(InstrumentModel model, int interface_option = 3) {
+    // The set-up dialogs for a model: offline (interface 3) or an instrument, whose catalogue
+    // is then read; advanced installation unless simple.
+    DialogScript& expect_setup(InstrumentModel model, int interface_option = 3,
+                               bool simple = false) {
         script.expect("instrumentselection", choose_model(model))
-            .expect("communication", choose_interface(interface_option, false));
+            .expect("communication", choose_interface(interface_option, simple));
         if (interface_option != 3) script.expect("wait", run_timed());
+        return script;
+    }
+    bool start(InstrumentModel model, int interface_option = 3) {
+        expect_setup(model, interface_option);
         return window->Form_Load();
+    }
+    void read_file(const QString& path) {
+        files.push_back(path);
+        window->Command1_Click();
+    }
+    // An instrument command through its pick dialog ("readcurve", "writecurve", "deletecurve",
+    // "comparecurve") on entry index, answered Yes; then the dialogs of after (its report).
+    void transfer(const QString& dialog, int index,
+                  std::vector<std::pair<QString, Step>> after = {}) {
+        using M = ui::MainWindow;
+        static const std::map<QString, void (M::*)()> commands{
+            {"readcurve", &M::Command3_Click},
+            {"writecurve", &M::Command4_Click},
+            {"deletecurve", &M::Command5_Click},
+            {"comparecurve", &M::compare_with_instrument}};
+        prompts.answers = {true};
+        script.expect("pick" + dialog, pick(index)).expect(dialog, run_timed());
+        for (auto& [name, step] : after) script.expect(name, step);
+        (window.get()->*commands.at(dialog))();
     }
 
     ui::MainWindow& w() { return *window; }
@@ -159,11 +235,23 @@ struct Harness {
     }
     QString text(const char* name) { return find<QLineEdit>(name)->text(); }
     bool shown(const char* name) { return find(name)->isVisibleTo(window.get()); }
+    QAction* action(const char* name) { return child<QAction>(*window, name); }
+    QLineEdit* cell(int n) { return find<QLineEdit>(qPrintable(QStringLiteral("Text%1").arg(n))); }
+    bool online_commands_enabled() {
+        return find<QPushButton>("Command3")->isEnabled() &&
+               find<QPushButton>("Command4")->isEnabled() &&
+               find<QPushButton>("Command5")->isEnabled();
+    }
+    QStringList messages() const {
+        QStringList out;
+        for (const auto& s : prompts.shown) out << QString::fromStdString(s.text);
+        return out;
+    }
 };
 
 // Shows a window and checks that the caption or number of every visible control fits it. With
 // KELVARA_SCREENSHOTS=DIR the window is also saved there as NAME.png, for a person to look at.
-inline void check_fits(QWidget& top, const QString& name) {
+inline void check_fits(QWidget& top, QString name) {
     top.show();
     QVERIFY(QTest::qWaitForWindowExposed(&top));
     QStringList clipped;
@@ -188,8 +276,7 @@ inline void check_fits(QWidget& top, const QString& name) {
     QVERIFY2(clipped.isEmpty(), qPrintable(name + ": " + clipped.join(QStringLiteral(", "))));
     const QString dir = qEnvironmentVariable("KELVARA_SCREENSHOTS");
     if (!dir.isEmpty())
-        top.grab().save(dir + QLatin1Char('/') + QString(name).replace(QLatin1Char('/'), '-') +
-                        QStringLiteral(".png"));
+        top.grab().save(dir + QLatin1Char('/') + name.replace(QLatin1Char('/'), '-') + ".png");
 }
 
 // Writes n points given by unit(i) and temperature(i) in the model's own file type.
@@ -211,7 +298,8 @@ inline QString write_model_curve(const QString& path, InstrumentModel model, int
     return path;
 }
 
-// A NAME.TZA file in dir of n points: units rising from 0.1 in steps of 0.1, temperatures falling.
+// A NAME.TZA file in dir of n points: units rising from 0.1 in steps of 0.1, temperatures falling
+// from 390 in steps of 10.
 inline QString tza_file(const QTemporaryDir& dir, int n, const char* name = "CURVE1") {
     QByteArray t = QByteArray("Name: ") + name +
                    "\r\nSerial number: SN1\r\nFormat: 2             ; Volts vs. Kelvin\r\n"
@@ -222,6 +310,13 @@ inline QString tza_file(const QTemporaryDir& dir, int n, const char* name = "CUR
     QFile f(dir.filePath(QString::fromLatin1(name) + QStringLiteral(".TZA")));
     if (!f.open(QIODevice::WriteOnly) || f.write(t) != t.size()) qFatal("cannot write %s", name);
     return f.fileName();
+}
+
+// A TAZ window offline with CURVE1.TZA of n points read, shown and active.
+inline void load_taz(Harness& h, const QTemporaryDir& dir, int points) {
+    QVERIFY(h.start(InstrumentModel::TAZ));
+    h.read_file(tza_file(dir, points));
+    activate(h.window.get());
 }
 
 }  // namespace kelvara::test
