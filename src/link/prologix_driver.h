@@ -49,15 +49,6 @@ class PrologixDriver : public GpibDriver {
     // The adapter's answer to "++ver" once identified.
     const std::string& version() const { return version_; }
 
-    // Status bits and error codes as NI-488.2 defines them.
-    static constexpr int CMPL = 0x0100;
-    static constexpr int END = 0x2000;
-    static constexpr int TIMO = 0x4000;
-    static constexpr int ERR = 0x8000;
-    static constexpr int EDVR = 0;
-    static constexpr int EARG = 4;
-    static constexpr int EABO = 6;
-
     // How long "++ver" is tried after the port opens (an Arduino-based adapter resets then and
     // answers a second or two later), and how long one try waits for the answer.
     static constexpr double kIdentifySeconds = 5.0;
@@ -75,7 +66,7 @@ class PrologixDriver : public GpibDriver {
 
   private:
     bool valid(int ud) const { return open_ && ud == kDescriptor; }
-    int finish(int ibsta, int iberr, long count);
+    int finish(int ibsta, int iberr, long count) { return status_.set(ibsta, iberr, count); }
     bool identify();
     bool set(const std::string& setting);
     bool send_line(const std::string& line);

@@ -115,22 +115,6 @@ std::string SimSerialPort::device_name(int port) const {
 SimGpibDriver::SimGpibDriver(Instrument& instrument, Clock& clock, int address)
     : instrument_(instrument), clock_(clock), address_(address) {}
 
-double gpib_timeout_seconds(int code) {
-    static constexpr double kSeconds[] = {0,    10e-6, 30e-6, 100e-6, 300e-6, 1e-3,
-                                          3e-3, 10e-3, 30e-3, 100e-3, 300e-3, 1,
-                                          3,    10,    30,    100,    300,    1000};
-    if (code < 0 || code >= static_cast<int>(std::size(kSeconds))) return 0;
-    return kSeconds[code];
-}
-
-int SimGpibDriver::finish(int ibsta, int iberr, long count) {
-    status_.ibsta = static_cast<std::int16_t>(ibsta);
-    status_.iberr = static_cast<std::int16_t>(iberr);
-    status_.ibcnt = static_cast<std::int16_t>(count);
-    status_.ibcntl = static_cast<std::int32_t>(count);
-    return ibsta;
-}
-
 bool SimGpibDriver::valid(int ud) const {
     return device_ >= 0 && ud == device_;
 }

@@ -80,19 +80,8 @@ class SimGpibDriver : public GpibDriver {
     const GpibStatus& status() const { return status_; }
     int writes() const { return writes_; }
 
-    // Status bits and error codes as NI-488.2 defines them.
-    static constexpr int CMPL = 0x0100;
-    static constexpr int END = 0x2000;
-    static constexpr int TIMO = 0x4000;
-    static constexpr int ERR = 0x8000;
-    static constexpr int EDVR = 0;
-    static constexpr int EARG = 4;
-    static constexpr int EABO = 6;
-    static constexpr int ENOL = 2;
-    static constexpr int EBUS = 14;
-
   private:
-    int finish(int ibsta, int iberr, long count);
+    int finish(int ibsta, int iberr, long count) { return status_.set(ibsta, iberr, count); }
     bool valid(int ud) const;
 
     Instrument& instrument_;
@@ -108,8 +97,5 @@ class SimGpibDriver : public GpibDriver {
     double reply_ready_at_ = 0;
     GpibStatus status_;
 };
-
-// Seconds of an NI-488.2 timeout code (T10s = 13 -> 10); 0 for "no timeout".
-double gpib_timeout_seconds(int code);
 
 }  // namespace kelvara::sim
