@@ -86,9 +86,10 @@ complete_words() {  # the completions of the command line "$1"
            COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
            _kelvara_cli; printf "%s\n" "${COMPREPLY[@]}" | sort | tr "\n" " "' _ "$1"
 }
-expect "kelvara-cli co" "convert " "$(complete_words "kelvara-cli co")"
+expect "kelvara-cli co" "compare convert " "$(complete_words "kelvara-cli co")"
 expect "--model ta" "TAZ " "$(complete_words "kelvara-cli show --model ta")"
-expect "write --no" "--no-scaling " "$(complete_words "kelvara-cli write --no")"
+expect "write --no" "--no-scaling --no-verify " "$(complete_words "kelvara-cli write --no")"
+expect "read --pro" "--prologix --prologix-host " "$(complete_words "kelvara-cli read --pro")"
 
 step "dpkg -r"
 dpkg -r kelvara
