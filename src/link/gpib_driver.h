@@ -57,6 +57,24 @@ struct GpibStatus {
     }
 };
 
+// A driver that runs in this process rather than in a library (an adapter's, the simulator's):
+// nothing to register, and one status that every thread sees.
+class InProcessGpibDriver : public GpibDriver {
+  public:
+    int register_globals() override { return 0; }
+    void unregister_globals() override {}
+    std::int32_t thread_ibsta() override { return static_cast<std::uint16_t>(status_.ibsta); }
+    std::int32_t thread_iberr() override { return status_.iberr; }
+    std::int32_t thread_ibcntl() override { return status_.ibcntl; }
+    const GpibStatus& status() const { return status_; }
+
+  protected:
+    int finish(int ibsta, int iberr, long count) { return status_.set(ibsta, iberr, count); }
+
+  private:
+    GpibStatus status_;
+};
+
 // Seconds of an NI-488.2 time-out code, T10us (1) to T1000s (17); 0 for "none" and any other code.
 inline double gpib_timeout_seconds(int code) {
     constexpr double kSeconds[] = {0,      10e-6,  30e-6, 100e-6, 300e-6, 1e-3, 3e-3, 10e-3, 30e-3,

@@ -17,16 +17,13 @@
 
 namespace kelvara {
 
-class PrologixDriver : public GpibDriver {
+class PrologixDriver : public InProcessGpibDriver {
   public:
     PrologixDriver(std::unique_ptr<ByteStream> stream, Clock& clock);
     ~PrologixDriver() override;
     PrologixDriver(const PrologixDriver&) = delete;
     PrologixDriver& operator=(const PrologixDriver&) = delete;
 
-    // The adapter keeps no per-thread status to register.
-    int register_globals() override { return 0; }
-    void unregister_globals() override {}
     // Opens the stream, identifies the adapter and sets everything the link relies on. Only board
     // 0, no EOS (eos 0) and time-out codes 1 to 17 are possible; addresses outside 0 to 30 are
     // refused before anything is opened. -1 on failure, with error() telling why.
@@ -36,9 +33,6 @@ class PrologixDriver : public GpibDriver {
     int ibrd(int ud, char* buffer, long count) override;
     int ibloc(int ud) override;
     int ibonl(int ud, int online) override;
-    std::int32_t thread_ibsta() override { return static_cast<std::uint16_t>(status_.ibsta); }
-    std::int32_t thread_iberr() override { return status_.iberr; }
-    std::int32_t thread_ibcntl() override { return status_.ibcntl; }
 
     // Where the adapter was looked for ("/dev/ttyUSB0", "lab-gpib:1234").
     std::string where() const { return stream_->where(); }
@@ -66,7 +60,6 @@ class PrologixDriver : public GpibDriver {
 
   private:
     bool valid(int ud) const { return open_ && ud == kDescriptor; }
-    int finish(int ibsta, int iberr, long count) { return status_.set(ibsta, iberr, count); }
     bool identify();
     bool set(const std::string& setting);
     bool send_line(const std::string& line);
@@ -78,7 +71,6 @@ class PrologixDriver : public GpibDriver {
 
     std::unique_ptr<ByteStream> stream_;
     Clock& clock_;
-    GpibStatus status_;
     bool open_ = false;
     double timeout_ = 10;
     // Until then the adapter may still be in a read the host gave up on; it acts on nothing

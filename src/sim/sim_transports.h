@@ -60,28 +60,20 @@ class SimSerialPort : public SerialPort {
 
 // One device on a simulated bus. ibwrt hands the whole buffer to the instrument as one command
 // (a trailing CR LF is dropped); ibrd returns the pending reply, at most count bytes at a time.
-class SimGpibDriver : public GpibDriver {
+class SimGpibDriver : public InProcessGpibDriver {
   public:
     // address: the only primary address that answers, or -1 for any address.
     SimGpibDriver(Instrument& instrument, Clock& clock, int address = -1);
 
-    int register_globals() override { return 0; }
-    void unregister_globals() override {}
     int ibdev(int board, int pad, int sad, int tmo, int eot, int eos) override;
     int ibclr(int ud) override;
     int ibwrt(int ud, const char* buffer, long count) override;
     int ibrd(int ud, char* buffer, long count) override;
     int ibloc(int ud) override;
     int ibonl(int ud, int online) override;
-    std::int32_t thread_ibsta() override { return status_.ibsta; }
-    std::int32_t thread_iberr() override { return status_.iberr; }
-    std::int32_t thread_ibcntl() override { return status_.ibcntl; }
-
-    const GpibStatus& status() const { return status_; }
     int writes() const { return writes_; }
 
   private:
-    int finish(int ibsta, int iberr, long count) { return status_.set(ibsta, iberr, count); }
     bool valid(int ud) const;
 
     Instrument& instrument_;
@@ -95,7 +87,6 @@ class SimGpibDriver : public GpibDriver {
     std::string reply_;
     bool reply_ends_ = true;  // END comes with the reply's last byte
     double reply_ready_at_ = 0;
-    GpibStatus status_;
 };
 
 }  // namespace kelvara::sim
