@@ -173,6 +173,7 @@ class MainWindow : public QWidget, private Views {
     bool write_with_file_dialog();
     bool read_curve_from(const QString& path);
     void read_curve_from_elsewhere(const QString& path);  // a recent or dropped file
+    void now_holds_file(const QString& path);  // after the curve was read from or written to it
     void report_file_failure(bool reading, const QString& path, const std::string& reason);
     void start_new_curve();
     void curve_received(bool whole);

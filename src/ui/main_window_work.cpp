@@ -286,11 +286,7 @@ bool MainWindow::read_curve_from(const QString& path) {
     show_grid_from_top();
     take_fields_from_widgets();
     history_.reset(current_state());
-    document_ = QFileInfo(path).fileName();
-    add_recent_file(path);
-    update_title();
-    update_edit_actions();
-    update_recent_menu();
+    now_holds_file(path);
     return true;
 }
 
@@ -310,12 +306,17 @@ bool MainWindow::write_with_file_dialog() {
     // The writer may have filled in an empty name or serial number: that is what the file holds.
     take_fields_from_widgets();
     history_.mark_saved(current_state());
+    now_holds_file(path);
+    return true;
+}
+
+// The file names the window and heads the recent files.
+void MainWindow::now_holds_file(const QString& path) {
     document_ = QFileInfo(path).fileName();
     add_recent_file(path);
     update_title();
     update_edit_actions();
     update_recent_menu();
-    return true;
 }
 
 void MainWindow::read_curve_from_elsewhere(const QString& path) {
