@@ -47,11 +47,6 @@ QStringList model_file_types(InstrumentModel model) {
     return types;
 }
 
-// As the file commands decide: the last three characters, in any case.
-bool fits_model(const QString& path, InstrumentModel model) {
-    return model_file_types(model).contains(path.right(3).toUpper());
-}
-
 // A name typed without any extension gets the model's first file type.
 QString with_default_extension(const QString& path, InstrumentModel model) {
     const QStringList types = model_file_types(model);
@@ -61,6 +56,10 @@ QString with_default_extension(const QString& path, InstrumentModel model) {
 
 std::string file_system_path(const QString& path) {
     return QFile::encodeName(path).toStdString();
+}
+
+bool fits_model(const QString& path, InstrumentModel model) {
+    return wrong_file_type(file_system_path(path), model).empty();
 }
 
 bool is_redo(const QKeyEvent* key) {
