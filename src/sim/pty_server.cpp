@@ -12,6 +12,8 @@
 #include <cstring>
 #include <thread>
 
+#include "link/serial_port.h"
+
 namespace kelvara::sim {
 
 PtyServer::PtyServer(Instrument& instrument) : instrument_(instrument) {}
@@ -128,8 +130,12 @@ void PtyServer::send(const std::string& reply) {
     double spacing = 0;  // seconds between two bytes
     if (faulty && f.trickle > 0)
         spacing = f.trickle;
-    else if (f.line_baud > 0)
-        spacing = static_cast<double>(bits_per_character) / f.line_baud;
+    else if (f.line_baud > 0) {
+        // The characters keep the model's frame at whatever speed the fault sets.
+        SerialSettings line = profile(instrument_.model()).serial;
+        line.baud = f.line_baud;
+        spacing = seconds_per_character(line);
+    }
     const std::size_t pieces =
         faulty && f.split_pieces > 1 ? static_cast<std::size_t>(f.split_pieces) : 1;
     const std::size_t size = std::max<std::size_t>(1, reply.size() / pieces);

@@ -28,8 +28,6 @@ class PtyServer {
     void serve();
     bool hung_up() const { return hung_up_; }
 
-    // Bits a character takes on the line (start, data, parity, stop) for the speed fault.
-    int bits_per_character = 10;
     // Safe from a signal handler or another thread.
     void stop();
 
