@@ -61,6 +61,11 @@ std::optional<std::pair<std::string, int>> parse_adapter_host(std::string_view t
     return std::pair{std::string(host), port};
 }
 
+std::string adapter_host_text(const std::string& host, int port) {
+    const bool v6 = host.find(':') != std::string::npos;
+    return (v6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
+}
+
 PrologixDriver::PrologixDriver(std::unique_ptr<ByteStream> stream, Clock& clock)
     : stream_(std::move(stream)), clock_(clock) {}
 

@@ -91,4 +91,7 @@ inline constexpr int kAdapterTcpPort = 1234;
 // the text is none of these (empty host, port not 1 to 65535).
 std::optional<std::pair<std::string, int>> parse_adapter_host(std::string_view text);
 
+// "HOST:PORT" for a host and port parse_adapter_host gave, an IPv6 address in brackets.
+std::string adapter_host_text(const std::string& host, int port);
+
 }  // namespace kelvara
