@@ -49,6 +49,9 @@ QString qt_file_filter(const std::string& pairs);
 std::optional<QString> choose_with_file_dialog(FileDialogKind kind, const QString& filter,
                                                QWidget* parent);
 
+// A path as the file commands and the backup take it: in the file system's own encoding.
+std::string file_system_path(const QString& path);
+
 struct MainWindowOptions {
     // How links reach the instrument, handed in by the program's start (the real GPIB library,
     // serial port and adapters, or the simulator's); null: the real ones. Not owned.

@@ -8,7 +8,6 @@
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QFile>
 #include <QFileInfo>
 #include <QKeyEvent>
 #include <QLabel>
@@ -52,10 +51,6 @@ QString with_default_extension(const QString& path, InstrumentModel model) {
     const QStringList types = model_file_types(model);
     if (types.isEmpty() || QFileInfo(path).fileName().contains(QLatin1Char('.'))) return path;
     return path + QLatin1Char('.') + types.front();
-}
-
-std::string file_system_path(const QString& path) {
-    return QFile::encodeName(path).toStdString();
 }
 
 bool fits_model(const QString& path, InstrumentModel model) {
