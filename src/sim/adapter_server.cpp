@@ -7,7 +7,6 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +14,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+
+#include "sim/pty_server.h"
 
 namespace kelvara::sim {
 
@@ -36,22 +37,7 @@ AdapterServer::~AdapterServer() {
 }
 
 bool AdapterServer::open_pty(std::string* error) {
-    master_ = ::posix_openpt(O_RDWR | O_NOCTTY);
-    if (master_ < 0) return fail(error, "posix_openpt");
-    if (::grantpt(master_) != 0) return fail(error, "grantpt");
-    if (::unlockpt(master_) != 0) return fail(error, "unlockpt");
-    const char* name = ::ptsname(master_);
-    if (!name) return fail(error, "ptsname");
-    address_ = name;
-    slave_ = ::open(name, O_RDWR | O_NOCTTY);
-    if (slave_ < 0) return fail(error, "open slave");
-    termios settings{};
-    if (::tcgetattr(slave_, &settings) != 0) return fail(error, "tcgetattr");
-    ::cfmakeraw(&settings);
-    if (::tcsetattr(slave_, TCSANOW, &settings) != 0) return fail(error, "tcsetattr");
-    if (::pipe(wake_) != 0) return fail(error, "pipe");
-    ::fcntl(wake_[1], F_SETFL, O_NONBLOCK);
-    return true;
+    return open_raw_pty(master_, slave_, address_, error) && open_wake_pipe(wake_, error);
 }
 
 bool AdapterServer::listen_tcp(int port, std::string* error) {
@@ -70,16 +56,11 @@ bool AdapterServer::listen_tcp(int port, std::string* error) {
     if (::getsockname(listener_, reinterpret_cast<sockaddr*>(&at), &size) != 0)
         return fail(error, "getsockname");
     address_ = "127.0.0.1:" + std::to_string(ntohs(at.sin_port));
-    if (::pipe(wake_) != 0) return fail(error, "pipe");
-    ::fcntl(wake_[1], F_SETFL, O_NONBLOCK);
-    return true;
+    return open_wake_pipe(wake_, error);
 }
 
 void AdapterServer::stop() {
-    if (wake_[1] < 0) return;
-    const char byte = 1;
-    const auto ignored = ::write(wake_[1], &byte, 1);  // a full pipe already means "stop"
-    (void)ignored;
+    wake_server(wake_);
 }
 
 void AdapterServer::drop_client() {

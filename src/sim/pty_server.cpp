@@ -16,6 +16,45 @@
 
 namespace kelvara::sim {
 
+namespace {
+
+bool fail(std::string* error, const char* what) {
+    if (error) *error = std::string(what) + ": " + std::strerror(errno);
+    return false;
+}
+
+}  // namespace
+
+bool open_raw_pty(int& master, int& slave, std::string& slave_path, std::string* error) {
+    master = ::posix_openpt(O_RDWR | O_NOCTTY);
+    if (master < 0) return fail(error, "posix_openpt");
+    if (::grantpt(master) != 0) return fail(error, "grantpt");
+    if (::unlockpt(master) != 0) return fail(error, "unlockpt");
+    const char* name = ::ptsname(master);
+    if (!name) return fail(error, "ptsname");
+    slave_path = name;
+    slave = ::open(name, O_RDWR | O_NOCTTY);
+    if (slave < 0) return fail(error, "open slave");
+    termios settings{};
+    if (::tcgetattr(slave, &settings) != 0) return fail(error, "tcgetattr");
+    ::cfmakeraw(&settings);
+    if (::tcsetattr(slave, TCSANOW, &settings) != 0) return fail(error, "tcsetattr");
+    return true;
+}
+
+bool open_wake_pipe(int (&wake)[2], std::string* error) {
+    if (::pipe(wake) != 0) return fail(error, "pipe");
+    ::fcntl(wake[1], F_SETFL, O_NONBLOCK);
+    return true;
+}
+
+void wake_server(const int (&wake)[2]) {
+    if (wake[1] < 0) return;
+    const char byte = 1;
+    const auto ignored = ::write(wake[1], &byte, 1);  // a full pipe already means "stop"
+    (void)ignored;
+}
+
 PtyServer::PtyServer(Instrument& instrument) : instrument_(instrument) {}
 
 PtyServer::~PtyServer() {
@@ -24,25 +63,8 @@ PtyServer::~PtyServer() {
 }
 
 bool PtyServer::open(std::string* error) {
-    const auto fail = [&](const char* what) {
-        if (error) *error = std::string(what) + ": " + std::strerror(errno);
+    if (!open_raw_pty(master_, slave_, slave_path_, error) || !open_wake_pipe(wake_, error))
         return false;
-    };
-    master_ = ::posix_openpt(O_RDWR | O_NOCTTY);
-    if (master_ < 0) return fail("posix_openpt");
-    if (::grantpt(master_) != 0) return fail("grantpt");
-    if (::unlockpt(master_) != 0) return fail("unlockpt");
-    const char* name = ::ptsname(master_);
-    if (!name) return fail("ptsname");
-    slave_path_ = name;
-    slave_ = ::open(name, O_RDWR | O_NOCTTY);
-    if (slave_ < 0) return fail("open slave");
-    termios settings{};
-    if (::tcgetattr(slave_, &settings) != 0) return fail("tcgetattr");
-    ::cfmakeraw(&settings);
-    if (::tcsetattr(slave_, TCSANOW, &settings) != 0) return fail("tcsetattr");
-    if (::pipe(wake_) != 0) return fail("pipe");
-    ::fcntl(wake_[1], F_SETFL, O_NONBLOCK);
     // A client that stops reading must not leave the server stuck in a write that stop() cannot
     // interrupt.
     ::fcntl(master_, F_SETFL, ::fcntl(master_, F_GETFL) | O_NONBLOCK);
@@ -50,10 +72,7 @@ bool PtyServer::open(std::string* error) {
 }
 
 void PtyServer::stop() {
-    if (wake_[1] < 0) return;
-    const char byte = 1;
-    const auto ignored = ::write(wake_[1], &byte, 1);  // a full pipe already means "stop"
-    (void)ignored;
+    wake_server(wake_);
 }
 
 void PtyServer::serve() {
