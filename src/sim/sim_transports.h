@@ -2,12 +2,12 @@
 // instrument procedure run unchanged against it (tests, --simulate).
 #pragma once
 
-#include <deque>
 #include <string>
 
 #include "link/clock.h"
 #include "link/gpib_driver.h"
 #include "link/serial_port.h"
+#include "sim/bytes_in_flight.h"
 #include "sim/instrument.h"
 
 namespace kelvara::sim {
@@ -36,14 +36,6 @@ class SimSerialPort : public SerialPort {
     bool can_open = true;
 
   private:
-    // Bytes on their way: the first arrives at ready_at, each further one `spacing` later.
-    struct Pending {
-        double ready_at;
-        double spacing;
-        std::string text;
-    };
-    // Takes the bytes that have arrived by now; with `one_piece` at most one pending entry.
-    std::string take_arrived(bool one_piece);
     void queue_reply(const std::string& reply);
 
     Instrument& instrument_;
@@ -55,7 +47,7 @@ class SimSerialPort : public SerialPort {
     double line_free_at_ = 0;  // when the line has carried everything queued so far
     SerialSettings settings_;
     std::string partial_;
-    std::deque<Pending> pending_;
+    BytesInFlight pending_;  // the replies on their way
 };
 
 // One device on a simulated bus. ibwrt hands the whole buffer to the instrument as one command
