@@ -61,17 +61,12 @@ constexpr WriteRules kKipWrite = {false,
 
 // "XDT" on the procedure's own wire: the free bytes, 0 for a reply without them or offline.
 std::optional<int> bytes_free(Wire& wire) {
-    Session& s = wire.session();
-    const Interface bus = s.setup.interface;
     std::string reply = "0";
-    if (bus == Interface::GPIB || bus == Interface::RS232) {
-        const bool gpib = bus == Interface::GPIB;
-        if (!wire.send("XDT", !gpib) || !wire.pause(gpib ? 0.1 : 6.0)) return std::nullopt;
+    if (wire.interface_named()) {
+        if (!wire.send_query("XDT", {0.1, 6.0})) return std::nullopt;
         const std::optional<std::string> answer = wire.read(kFreeReplyBuffer);
         if (!answer) return std::nullopt;
         reply = *answer;
-    } else {
-        s.prompts.message(kInvalidInterface);
     }
     const auto comma = reply.find(',');
     if (comma == std::string::npos || comma <= kFreeFieldSuffix) return 0;
