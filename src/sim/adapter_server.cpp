@@ -13,20 +13,10 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 
 #include "sim/pty_server.h"
 
 namespace kelvara::sim {
-
-namespace {
-
-bool fail(std::string* error, const char* what) {
-    if (error) *error = std::string(what) + ": " + std::strerror(errno);
-    return false;
-}
-
-}  // namespace
 
 AdapterServer::AdapterServer(PrologixAdapter& adapter, Clock& clock)
     : adapter_(adapter), clock_(clock) {}
@@ -42,7 +32,7 @@ bool AdapterServer::open_pty(std::string* error) {
 
 bool AdapterServer::listen_tcp(int port, std::string* error) {
     listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (listener_ < 0) return fail(error, "socket");
+    if (listener_ < 0) return failed_call(error, "socket");
     const int on = 1;
     ::setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in at{};
@@ -50,11 +40,11 @@ bool AdapterServer::listen_tcp(int port, std::string* error) {
     at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     at.sin_port = htons(static_cast<std::uint16_t>(port));
     if (::bind(listener_, reinterpret_cast<sockaddr*>(&at), sizeof at) != 0)
-        return fail(error, "bind");
-    if (::listen(listener_, 4) != 0) return fail(error, "listen");
+        return failed_call(error, "bind");
+    if (::listen(listener_, 4) != 0) return failed_call(error, "listen");
     socklen_t size = sizeof at;
     if (::getsockname(listener_, reinterpret_cast<sockaddr*>(&at), &size) != 0)
-        return fail(error, "getsockname");
+        return failed_call(error, "getsockname");
     address_ = "127.0.0.1:" + std::to_string(ntohs(at.sin_port));
     return open_wake_pipe(wake_, error);
 }

@@ -16,34 +16,30 @@
 
 namespace kelvara::sim {
 
-namespace {
-
-bool fail(std::string* error, const char* what) {
+bool failed_call(std::string* error, const char* what) {
     if (error) *error = std::string(what) + ": " + std::strerror(errno);
     return false;
 }
 
-}  // namespace
-
 bool open_raw_pty(int& master, int& slave, std::string& slave_path, std::string* error) {
     master = ::posix_openpt(O_RDWR | O_NOCTTY);
-    if (master < 0) return fail(error, "posix_openpt");
-    if (::grantpt(master) != 0) return fail(error, "grantpt");
-    if (::unlockpt(master) != 0) return fail(error, "unlockpt");
+    if (master < 0) return failed_call(error, "posix_openpt");
+    if (::grantpt(master) != 0) return failed_call(error, "grantpt");
+    if (::unlockpt(master) != 0) return failed_call(error, "unlockpt");
     const char* name = ::ptsname(master);
-    if (!name) return fail(error, "ptsname");
+    if (!name) return failed_call(error, "ptsname");
     slave_path = name;
     slave = ::open(name, O_RDWR | O_NOCTTY);
-    if (slave < 0) return fail(error, "open slave");
+    if (slave < 0) return failed_call(error, "open slave");
     termios settings{};
-    if (::tcgetattr(slave, &settings) != 0) return fail(error, "tcgetattr");
+    if (::tcgetattr(slave, &settings) != 0) return failed_call(error, "tcgetattr");
     ::cfmakeraw(&settings);
-    if (::tcsetattr(slave, TCSANOW, &settings) != 0) return fail(error, "tcsetattr");
+    if (::tcsetattr(slave, TCSANOW, &settings) != 0) return failed_call(error, "tcsetattr");
     return true;
 }
 
 bool open_wake_pipe(int (&wake)[2], std::string* error) {
-    if (::pipe(wake) != 0) return fail(error, "pipe");
+    if (::pipe(wake) != 0) return failed_call(error, "pipe");
     ::fcntl(wake[1], F_SETFL, O_NONBLOCK);
     return true;
 }

@@ -11,6 +11,9 @@
 
 namespace kelvara::sim {
 
+// Sets `error` (when given) to the call that failed and errno's text; returns false.
+bool failed_call(std::string* error, const char* what);
+
 // A pseudo-terminal in raw mode with both sides open: a server that keeps the slave side itself
 // lets clients come and go without the line hanging up. False, with `error` naming the call that
 // failed; whatever was opened is left in master and slave for the caller to close.
