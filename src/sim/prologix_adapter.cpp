@@ -5,6 +5,8 @@
 #include <sstream>
 #include <utility>
 
+#include "link/serial_port.h"
+
 namespace kelvara::sim {
 
 namespace {
@@ -96,7 +98,7 @@ void PrologixAdapter::send(double at, double spacing, std::string bytes) {
     if (bytes.empty()) return;
     if (const int baud = instrument_.faults.line_baud; baud > 0) {
         // One byte after the other on the link, each there once its last bit is.
-        const double character = 10.0 / baud;
+        const double character = seconds_per_character({baud, 'N', 8, 1});
         spacing = std::max(spacing, character);
         at = std::max(at, link_free_at_) + character;
         link_free_at_ = at + static_cast<double>(bytes.size() - 1) * spacing;
