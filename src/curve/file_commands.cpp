@@ -49,13 +49,6 @@ std::string file_types_of(CurveFileFamily family) {
     return out;
 }
 
-// The last three characters of the name in capitals; the "." in front is not checked.
-std::string extension_of(const std::string& path) {
-    std::string ext = path.size() >= 3 ? path.substr(path.size() - 3) : path;
-    for (char& ch : ext) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-    return ext;
-}
-
 FileCommandResult run_file_command(bool reading, const std::string& path, InstrumentModel model,
                                    CurveRecord& curve, HeaderFields& fields, Prompts& prompts,
                                    std::string* reason) {
@@ -83,6 +76,12 @@ FileCommandResult run_file_command(bool reading, const std::string& path, Instru
 }
 
 }  // namespace
+
+std::string extension_of(const std::string& path) {
+    std::string ext = path.size() >= 3 ? path.substr(path.size() - 3) : path;
+    for (char& ch : ext) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
+    return ext;
+}
 
 std::string file_filter(InstrumentModel model, Prompts& prompts) {
     switch (family_of(model)) {

@@ -56,6 +56,10 @@ enum class FileCommandResult {
     Failed,     // the reader or writer failed (message shown only by .DUN/.HOX readers)
 };
 
+// The last three characters of the name in capitals, which the file commands go by; the "." in
+// front is not checked.
+std::string extension_of(const std::string& path);
+
 // The wrong-file-type message the file commands would show for path and model, or "" when the
 // path names a file type of the model's family. Lets a front end refuse a path before any work.
 std::string wrong_file_type(const std::string& path, InstrumentModel model);

@@ -38,9 +38,6 @@ constexpr std::size_t kPingLargest = 4096;
 constexpr double kTrickleFactor = 10;
 constexpr double kTrickleGrace = 2.0;
 
-constexpr int kTimo = 0x4000;
-constexpr int kEnd = 0x2000;
-
 // The status reported when the thread's status variables could not be registered.
 constexpr std::int32_t kRegistrationFailedCntl = static_cast<std::int32_t>(0xDEAD37F0u);
 
@@ -108,10 +105,7 @@ void InstrumentLink::set_gpib_driver(std::unique_ptr<GpibDriver> driver) {
 }
 
 void InstrumentLink::set_error_status() {
-    status_.ibsta = GpibStatus::ERR;
-    status_.iberr = 0;
-    status_.ibcntl = kRegistrationFailedCntl;
-    status_.ibcnt = low16(kRegistrationFailedCntl);
+    status_.set(GpibDriver::ERR, 0, kRegistrationFailedCntl);
 }
 
 bool InstrumentLink::ensure_registered() {
@@ -345,8 +339,9 @@ bool InstrumentLink::send_command(const std::string& text, bool clear_input) {
             gpib_->ibwrt(device_, text.data(), static_cast<long>(text.size()));
             copy_status();
             if (status_.failed()) {
-                mark_dead((status_.ibsta & kTimo) != 0 ? std::string("the GPIB write timed out")
-                                                       : gpib_failure());
+                mark_dead((status_.ibsta & GpibDriver::TIMO) != 0
+                              ? std::string("the GPIB write timed out")
+                              : gpib_failure());
                 return false;
             }
             ++commands_sent_;
@@ -376,9 +371,9 @@ std::string InstrumentLink::read_reply(int buffer_size) {
             copy_status();
             if (!status_.failed()) {
                 // Without END the instrument had more to say than the buffer holds.
-                last_reply_ =
-                    (status_.ibsta & kEnd) != 0 ? ReplyStatus::Complete : ReplyStatus::TooLong;
-            } else if ((status_.ibsta & kTimo) != 0) {
+                last_reply_ = (status_.ibsta & GpibDriver::END) != 0 ? ReplyStatus::Complete
+                                                                     : ReplyStatus::TooLong;
+            } else if ((status_.ibsta & GpibDriver::TIMO) != 0) {
                 last_reply_ = ReplyStatus::Silent;
             } else {
                 mark_dead(gpib_failure());

@@ -7,15 +7,6 @@ namespace kelvara {
 
 namespace {
 
-// Seconds of the NI-488.2 time-out codes T10us (1) to T1000s (17).
-double timeout_seconds(int code) {
-    static constexpr double kSeconds[] = {0,    10e-6, 30e-6, 100e-6, 300e-6, 1e-3,
-                                          3e-3, 10e-3, 30e-3, 100e-3, 300e-3, 1,
-                                          3,    10,    30,    100,    300,    1000};
-    if (code < 1 || code >= static_cast<int>(std::size(kSeconds))) return 0;
-    return kSeconds[code];
-}
-
 constexpr char kEsc = 0x1B;
 
 std::string trimmed(const std::string& text) {
@@ -70,19 +61,16 @@ std::optional<std::pair<std::string, int>> parse_adapter_host(std::string_view t
     return std::pair{std::string(host), port};
 }
 
+std::string adapter_host_text(const std::string& host, int port) {
+    const bool v6 = host.find(':') != std::string::npos;
+    return (v6 ? "[" + host + "]" : host) + ":" + std::to_string(port);
+}
+
 PrologixDriver::PrologixDriver(std::unique_ptr<ByteStream> stream, Clock& clock)
     : stream_(std::move(stream)), clock_(clock) {}
 
 PrologixDriver::~PrologixDriver() {
     if (stream_->is_open()) stream_->close();
-}
-
-int PrologixDriver::finish(int ibsta, int iberr, long count) {
-    status_.ibsta = static_cast<std::int16_t>(ibsta);
-    status_.iberr = static_cast<std::int16_t>(iberr);
-    status_.ibcntl = static_cast<std::int32_t>(count);
-    status_.ibcnt = static_cast<std::int16_t>(count);
-    return ibsta;
 }
 
 void PrologixDriver::lost() {
@@ -157,7 +145,7 @@ int PrologixDriver::ibdev(int board, int pad, int sad, int tmo, int eot, int eos
         error_ = "GPIB address " + std::to_string(pad) + " is not one of the adapter's 0 to 30";
         return finish(ERR, EARG, 0), -1;
     }
-    if (board != 0 || (sad != 0 && (sad < 96 || sad > 126)) || timeout_seconds(tmo) == 0 ||
+    if (board != 0 || (sad != 0 && (sad < 96 || sad > 126)) || gpib_timeout_seconds(tmo) == 0 ||
         eos != 0) {
         error_ = "the adapter offers board 0 only, secondary addresses 96 to 126 and no EOS";
         return finish(ERR, EARG, 0), -1;
@@ -185,7 +173,7 @@ int PrologixDriver::ibdev(int board, int pad, int sad, int tmo, int eot, int eos
           std::string("++eot_enable 1"), "++eot_char " + std::to_string(int(kEndMark)),
           "++read_tmo_ms " + std::to_string(kAdapterReadMs), address})
         if (!set(setting)) return fail();
-    timeout_ = timeout_seconds(tmo);
+    timeout_ = gpib_timeout_seconds(tmo);
     open_ = true;
     finish(CMPL, 0, 0);
     return kDescriptor;

@@ -17,16 +17,13 @@
 
 namespace kelvara {
 
-class PrologixDriver : public GpibDriver {
+class PrologixDriver : public InProcessGpibDriver {
   public:
     PrologixDriver(std::unique_ptr<ByteStream> stream, Clock& clock);
     ~PrologixDriver() override;
     PrologixDriver(const PrologixDriver&) = delete;
     PrologixDriver& operator=(const PrologixDriver&) = delete;
 
-    // The adapter keeps no per-thread status to register.
-    int register_globals() override { return 0; }
-    void unregister_globals() override {}
     // Opens the stream, identifies the adapter and sets everything the link relies on. Only board
     // 0, no EOS (eos 0) and time-out codes 1 to 17 are possible; addresses outside 0 to 30 are
     // refused before anything is opened. -1 on failure, with error() telling why.
@@ -36,9 +33,6 @@ class PrologixDriver : public GpibDriver {
     int ibrd(int ud, char* buffer, long count) override;
     int ibloc(int ud) override;
     int ibonl(int ud, int online) override;
-    std::int32_t thread_ibsta() override { return static_cast<std::uint16_t>(status_.ibsta); }
-    std::int32_t thread_iberr() override { return status_.iberr; }
-    std::int32_t thread_ibcntl() override { return status_.ibcntl; }
 
     // Where the adapter was looked for ("/dev/ttyUSB0", "lab-gpib:1234").
     std::string where() const { return stream_->where(); }
@@ -48,15 +42,6 @@ class PrologixDriver : public GpibDriver {
     std::string failure() const override;
     // The adapter's answer to "++ver" once identified.
     const std::string& version() const { return version_; }
-
-    // Status bits and error codes as NI-488.2 defines them.
-    static constexpr int CMPL = 0x0100;
-    static constexpr int END = 0x2000;
-    static constexpr int TIMO = 0x4000;
-    static constexpr int ERR = 0x8000;
-    static constexpr int EDVR = 0;
-    static constexpr int EARG = 4;
-    static constexpr int EABO = 6;
 
     // How long "++ver" is tried after the port opens (an Arduino-based adapter resets then and
     // answers a second or two later), and how long one try waits for the answer.
@@ -75,7 +60,6 @@ class PrologixDriver : public GpibDriver {
 
   private:
     bool valid(int ud) const { return open_ && ud == kDescriptor; }
-    int finish(int ibsta, int iberr, long count);
     bool identify();
     bool set(const std::string& setting);
     bool send_line(const std::string& line);
@@ -87,7 +71,6 @@ class PrologixDriver : public GpibDriver {
 
     std::unique_ptr<ByteStream> stream_;
     Clock& clock_;
-    GpibStatus status_;
     bool open_ = false;
     double timeout_ = 10;
     // Until then the adapter may still be in a read the host gave up on; it acts on nothing
@@ -107,5 +90,8 @@ inline constexpr int kAdapterTcpPort = 1234;
 // "HOST", "HOST:PORT", "[V6ADDRESS]:PORT" or a bare IPv6 address -> host and port; nullopt when
 // the text is none of these (empty host, port not 1 to 65535).
 std::optional<std::pair<std::string, int>> parse_adapter_host(std::string_view text);
+
+// "HOST:PORT" for a host and port parse_adapter_host gave, an IPv6 address in brackets.
+std::string adapter_host_text(const std::string& host, int port);
 
 }  // namespace kelvara

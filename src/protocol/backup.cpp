@@ -93,39 +93,46 @@ bool hox_erased(const LocationRead& held) {
     return trim_blanks(held.header.serial_number).empty();
 }
 
-bool is_dun_file(const std::string& name) {
-    std::string ext = name.size() >= 3 ? name.substr(name.size() - 3) : name;
-    for (char& ch : ext) ch = static_cast<char>(std::toupper(static_cast<unsigned char>(ch)));
-    return ext == "DUN";
-}
+// A curve file as a restore sends it.
+struct FileCurve {
+    explicit FileCurve(InstrumentModel model)
+        : curve(CurveRecord::for_model(model)), header(HeaderFields::for_model(model)) {}
 
-// A .DUN file pads the name to 9 characters and right-aligns the serial number; the blanks are
-// the file's layout, not the curve's.
-void unpad_dun_fields(HeaderFields& header) {
-    header.name.erase(header.name.find_last_not_of(' ') + 1);
-    header.serial_number.erase(
-        0, std::min(header.serial_number.find_first_not_of(' '), header.serial_number.size()));
-}
+    // False, with `reason`, when the file cannot be read.
+    bool read(const std::string& path, InstrumentModel model, Prompts& prompts,
+              std::string& reason) {
+        if (read_curve_file(path, model, curve, header, prompts, &reason) !=
+            FileCommandResult::Done)
+            return false;
+        if (xk_family(model) && extension_of(path) == "DUN") {
+            // A .DUN file pads the name to 9 characters and right-aligns the serial number; the
+            // blanks are the file's layout, not the curve's. Its thermocouple character goes to
+            // the instrument with the curve.
+            header.name.erase(header.name.find_last_not_of(' ') + 1);
+            header.serial_number.erase(0, std::min(header.serial_number.find_first_not_of(' '),
+                                                   header.serial_number.size()));
+            transfer.thermocouple_char = curve.dun_format_char;
+        }
+        return true;
+    }
+
+    CurveRecord curve;
+    HeaderFields header;
+    TransferState transfer;
+};
 
 // What a restore of the file would send, compared with what the instrument holds now.
 std::vector<std::string> restore_shortfall(Session& s, const std::string& path,
                                            const BackupSlot& slot, const LocationRead& held) {
-    const InstrumentModel model = s.setup.model;
-    CurveRecord curve = CurveRecord::for_model(model);
-    HeaderFields header = HeaderFields::for_model(model);
-    TransferState transfer;
+    FileCurve file(s.setup.model);
     RecordingPrompts quiet;
     std::string reason;
-    if (read_curve_file(path, model, curve, header, quiet, &reason) != FileCommandResult::Done)
+    if (!file.read(path, s.setup.model, quiet, reason))
         return {"the file cannot be read back: " + reason};
-    if (xk_family(model)) {
-        unpad_dun_fields(header);
-        transfer.thermocouple_char = curve.dun_format_char;
-    }
     NoScaling no_scaling;
     Views views;
-    Session w{s.setup, curve, header,     s.picks,    transfer,
-              s.link,  quiet, s.progress, no_scaling, views};
+    Session w{s.setup, file.curve, file.header, s.picks,    file.transfer,
+              s.link,  quiet,      s.progress,  no_scaling, views};
     std::string why;
     const std::optional<SentCurve> plan = plan_write(w, slot.location, &why);
     if (!plan) return {"a restore would send nothing: " + why};
@@ -224,20 +231,13 @@ RestoreEntry restore_slot(Session& s, const BackupSlot& slot, const std::string&
                           JobProgress& progress) {
     RestoreEntry entry;
     entry.slot = slot;
-    const InstrumentModel model = s.setup.model;
-    CurveRecord curve = CurveRecord::for_model(model);
-    HeaderFields header = HeaderFields::for_model(model);
-    TransferState transfer;
+    FileCurve file(s.setup.model);
     RecordingPrompts quiet;
     std::string reason;
-    if (read_curve_file(path, model, curve, header, quiet, &reason) != FileCommandResult::Done) {
+    if (!file.read(path, s.setup.model, quiet, reason)) {
         entry.state = RestoreEntry::State::Failed;
         entry.lines = {"cannot read " + slot.file + ": " + reason};
         return entry;
-    }
-    if (xk_family(model) && is_dun_file(slot.file)) {
-        unpad_dun_fields(header);
-        transfer.thermocouple_char = curve.dun_format_char;
     }
     if (!slot.location.empty()) {
         const int at = find_entry_by_number(s.picks.write, parse_leading_number(slot.location));
@@ -246,8 +246,8 @@ RestoreEntry restore_slot(Session& s, const BackupSlot& slot, const std::string&
     }
     NoScaling no_scaling;
     Views views;
-    Session w{s.setup, curve, header,   s.picks,    transfer,
-              s.link,  quiet, progress, no_scaling, views};
+    Session w{s.setup, file.curve, file.header, s.picks,    file.transfer,
+              s.link,  quiet,      progress,    no_scaling, views};
     const TransferResult written = run_write_transfer(w);
     if (written != TransferResult::Done) {
         // The procedure's own words: what failed, or which location a cancel left partly

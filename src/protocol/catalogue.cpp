@@ -74,15 +74,10 @@ void select_first_entries(PickLists& picks) {
 
 void catalogue_header_point(Session& s, detail::Wire& wire) {
     ListField& read = s.picks.read;
-    const Interface bus = s.setup.interface;
     for (size_t i = 0; i < read.entries.size(); ++i) {
         const std::string n = curve_number_field(read.entries[i]);
-        if (bus != Interface::GPIB && bus != Interface::RS232) {
-            s.prompts.message(kInvalidInterface);
-            continue;
-        }
-        const bool gpib = bus == Interface::GPIB;
-        if (!wire.send("CRVHDR? " + n, !gpib) || !wire.pause(gpib ? 0.1 : 0.3)) return;
+        if (!wire.interface_named()) continue;
+        if (!wire.send_query("CRVHDR? " + n, {0.1, 0.3})) return;
         const std::optional<std::string> reply = wire.read();
         if (!reply) return;
         // A garbled answer stops the catalogue like a silent one: the entries already named
@@ -101,15 +96,8 @@ void catalogue_header_point(Session& s, detail::Wire& wire) {
 std::optional<std::string> ask_catalogue(detail::Wire& wire, const std::string& query,
                                          double serial_pause, const char* failure) {
     constexpr int kCatalogueReply = 1000;
-    Session& s = wire.session();
-    const Interface bus = s.setup.interface;
-    if (bus != Interface::GPIB && bus != Interface::RS232) {
-        s.prompts.message(kInvalidInterface);
-        return std::string();
-    }
-    const bool gpib = bus == Interface::GPIB;
-    if (!wire.send(query, !gpib, failure) || !wire.pause(gpib ? 0.1 : serial_pause))
-        return std::nullopt;
+    if (!wire.interface_named()) return std::string();
+    if (!wire.send_query(query, {0.1, serial_pause}, failure)) return std::nullopt;
     return wire.read(kCatalogueReply, failure);
 }
 

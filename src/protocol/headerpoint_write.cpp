@@ -155,14 +155,8 @@ SentCurve plan_header_point_write(Session& s, bool wun_temperatures, const std::
 }
 
 std::optional<std::int32_t> query_free_points(Wire& wire) {
-    Session& s = wire.session();
-    const Interface bus = s.setup.interface;
-    if (bus != Interface::GPIB && bus != Interface::RS232) {
-        s.prompts.message(kInvalidInterface);
-        return 0;
-    }
-    const bool gpib = bus == Interface::GPIB;
-    if (!wire.send("FREE?", !gpib) || !wire.pause(gpib ? 0.1 : 0.6)) return std::nullopt;
+    if (!wire.interface_named()) return 0;
+    if (!wire.send_query("FREE?", {0.1, 0.6})) return std::nullopt;
     const std::optional<std::string> reply = wire.read();
     if (!reply) return std::nullopt;
     const std::optional<double> free = reply_number(*reply);

@@ -20,6 +20,18 @@ bool Wire::check_interface(bool gpib_allowed) {
     return fail(kInvalidInterface);
 }
 
+bool Wire::interface_named() {
+    const Interface i = s_.setup.interface;
+    if (i == Interface::GPIB || i == Interface::RS232) return true;
+    s_.prompts.message(kInvalidInterface);
+    return false;
+}
+
+bool Wire::send_query(const std::string& query, const Pace& pace, const std::string& failure) {
+    const bool gpib = s_.setup.interface == Interface::GPIB;
+    return send(query, !gpib, failure) && pause(gpib ? pace.gpib : pace.rs232);
+}
+
 bool Wire::fail(const std::string& message) {
     if (running()) {
         s_.prompts.message(message);

@@ -30,6 +30,14 @@ class Wire {
     // Rs232Only); otherwise shows "Invalid communication interface." and fails.
     bool check_interface(bool gpib_allowed = true);
     bool on_gpib() const;
+    // For the catalogue and memory queries, which go on without an answer: false, with "Invalid
+    // communication interface." shown but the procedure not failed, when the set-up names
+    // neither GPIB nor RS-232.
+    bool interface_named();
+    // Sends such a query (waiting serial input thrown away first) and waits the pause of the
+    // interface the set-up names; false as send() and pause() are.
+    bool send_query(const std::string& query, const Pace& pace,
+                    const std::string& failure = kProblemTalking);
 
     // Sends one command; false when it could not go out (a GPIB error, a dead line: `failure`
     // is shown) or after a cancel. clear_input discards waiting serial input first.

@@ -12,6 +12,7 @@
 
 namespace kelvara {
 
+using detail::Pace;
 using detail::Wire;
 
 namespace {
@@ -20,10 +21,6 @@ constexpr int kCurveReplyBuffer = 1500;
 constexpr int kFreeReplyBuffer = 1000;
 // The "XDT" reply's first field ends in 11 characters of text after the number of free bytes.
 constexpr std::size_t kFreeFieldSuffix = 11;
-
-double bus_delay(Session& s, double gpib, double rs232) {
-    return s.setup.interface == Interface::GPIB ? gpib : rs232;
-}
 
 // Locations go out with two digits: 3 is "03".
 std::string two_digits(const std::string& entry) {
@@ -34,44 +31,35 @@ std::string two_digits(const std::string& entry) {
 
 struct WriteRules {
     bool memory_checks;
-    double erase_gpib, erase_rs232;
-    double point_gpib, point_rs232;
+    Pace erase;
+    Pace point;
     const char* erase_failure;
     const char* header_failure;
     const char* point_failure;
 };
 
 constexpr WriteRules kElkWrite = {true,
-                                  0.1,
-                                  0.6,
-                                  0.1,
-                                  0.6,
+                                  {0.1, 0.6},
+                                  {0.1, 0.6},
                                   "Problem talking to instrument.",
                                   "Problem talking to instrument.",
                                   "Problem talking to instrument."};
 // KIP has no "XDT" memory report to rely on during a write and needs longer to store a point.
 constexpr WriteRules kKipWrite = {false,
-                                  0.1,
-                                  0.6,
-                                  0.75,
-                                  0.75,
+                                  {0.1, 0.6},
+                                  {0.75, 0.75},
                                   "Problem talking to instrument after XK command.",
                                   "Problem talking to instrument after XC command.",
                                   "Problem talking to instrument after XE command."};
 
 // "XDT" on the procedure's own wire: the free bytes, 0 for a reply without them or offline.
 std::optional<int> bytes_free(Wire& wire) {
-    Session& s = wire.session();
-    const Interface bus = s.setup.interface;
     std::string reply = "0";
-    if (bus == Interface::GPIB || bus == Interface::RS232) {
-        const bool gpib = bus == Interface::GPIB;
-        if (!wire.send("XDT", !gpib) || !wire.pause(gpib ? 0.1 : 6.0)) return std::nullopt;
+    if (wire.interface_named()) {
+        if (!wire.send_query("XDT", {0.1, 6.0})) return std::nullopt;
         const std::optional<std::string> answer = wire.read(kFreeReplyBuffer);
         if (!answer) return std::nullopt;
         reply = *answer;
-    } else {
-        s.prompts.message(kInvalidInterface);
     }
     const auto comma = reply.find(',');
     if (comma == std::string::npos || comma <= kFreeFieldSuffix) return 0;
@@ -93,15 +81,13 @@ TransferResult write_curve(Session& s, const WriteRules& r) {
     if (!wire.check_interface()) return wire.result();
     const auto& p = sent.points;
 
-    if (!wire.send("XK" + nn + "*", false, r.erase_failure) ||
-        !wire.pause(bus_delay(s, r.erase_gpib, r.erase_rs232)))
+    if (!wire.send("XK" + nn + "*", false, r.erase_failure) || !wire.pause(r.erase))
         return wire.result();
-    const double point_delay = bus_delay(s, r.point_gpib, r.point_rs232);
     if (!wire.send("XC" + nn + "," + sent.header_field + "," + p[0].units.text + "," +
                        p[0].temperature.text + "," + p[1].units.text + "," + p[1].temperature.text +
                        "*",
                    false, r.header_failure) ||
-        !wire.pause(point_delay))
+        !wire.pause(r.point))
         return wire.result();
     for (int i = 2; i < count; ++i) {
         if (r.memory_checks) {
@@ -111,7 +97,7 @@ TransferResult write_curve(Session& s, const WriteRules& r) {
         }
         if (!wire.send("XE" + nn + "," + p[i].units.text + "," + p[i].temperature.text + "*", false,
                        r.point_failure) ||
-            !wire.pause(point_delay))
+            !wire.pause(r.point))
             return wire.result();
         report_percent(s.progress, i, count - 1);
     }
@@ -137,7 +123,7 @@ TransferResult read_curve_from_elk(Session& s) {
     const std::string nn = two_digits(s.picks.read.text());
     Wire wire(s);
     if (!wire.check_interface()) return wire.result();
-    if (!wire.send("XD" + nn, true) || !wire.pause(bus_delay(s, 0.1, 0.6))) return wire.result();
+    if (!wire.send("XD" + nn, true) || !wire.pause({0.1, 0.6})) return wire.result();
     const std::optional<Wire::Reply> reply = wire.read_as_is(kCurveReplyBuffer);
     if (!reply) return wire.result();
     const std::string& text = reply->text;
@@ -164,7 +150,7 @@ TransferResult delete_curve_from_elk(Session& s) {
     const std::string nn = two_digits(s.picks.remove.text());
     Wire wire(s);
     if (!wire.check_interface()) return wire.result();
-    if (!wire.send("XK" + nn + "*") || !wire.pause(bus_delay(s, 0.1, 0.6))) return wire.result();
+    if (!wire.send("XK" + nn + "*") || !wire.pause({0.1, 0.6})) return wire.result();
     show_erased_location(s, curve_number_of_entry(s.picks.remove.text()));
     return wire.result();
 }

@@ -7,25 +7,16 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
+
+#include "sim/pty_server.h"
 
 namespace kelvara::sim {
-
-namespace {
-
-bool fail(std::string* error, const char* what) {
-    if (error) *error = std::string(what) + ": " + std::strerror(errno);
-    return false;
-}
-
-}  // namespace
 
 AdapterServer::AdapterServer(PrologixAdapter& adapter, Clock& clock)
     : adapter_(adapter), clock_(clock) {}
@@ -36,27 +27,12 @@ AdapterServer::~AdapterServer() {
 }
 
 bool AdapterServer::open_pty(std::string* error) {
-    master_ = ::posix_openpt(O_RDWR | O_NOCTTY);
-    if (master_ < 0) return fail(error, "posix_openpt");
-    if (::grantpt(master_) != 0) return fail(error, "grantpt");
-    if (::unlockpt(master_) != 0) return fail(error, "unlockpt");
-    const char* name = ::ptsname(master_);
-    if (!name) return fail(error, "ptsname");
-    address_ = name;
-    slave_ = ::open(name, O_RDWR | O_NOCTTY);
-    if (slave_ < 0) return fail(error, "open slave");
-    termios settings{};
-    if (::tcgetattr(slave_, &settings) != 0) return fail(error, "tcgetattr");
-    ::cfmakeraw(&settings);
-    if (::tcsetattr(slave_, TCSANOW, &settings) != 0) return fail(error, "tcsetattr");
-    if (::pipe(wake_) != 0) return fail(error, "pipe");
-    ::fcntl(wake_[1], F_SETFL, O_NONBLOCK);
-    return true;
+    return open_raw_pty(master_, slave_, address_, error) && open_wake_pipe(wake_, error);
 }
 
 bool AdapterServer::listen_tcp(int port, std::string* error) {
     listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (listener_ < 0) return fail(error, "socket");
+    if (listener_ < 0) return failed_call(error, "socket");
     const int on = 1;
     ::setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in at{};
@@ -64,22 +40,17 @@ bool AdapterServer::listen_tcp(int port, std::string* error) {
     at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     at.sin_port = htons(static_cast<std::uint16_t>(port));
     if (::bind(listener_, reinterpret_cast<sockaddr*>(&at), sizeof at) != 0)
-        return fail(error, "bind");
-    if (::listen(listener_, 4) != 0) return fail(error, "listen");
+        return failed_call(error, "bind");
+    if (::listen(listener_, 4) != 0) return failed_call(error, "listen");
     socklen_t size = sizeof at;
     if (::getsockname(listener_, reinterpret_cast<sockaddr*>(&at), &size) != 0)
-        return fail(error, "getsockname");
+        return failed_call(error, "getsockname");
     address_ = "127.0.0.1:" + std::to_string(ntohs(at.sin_port));
-    if (::pipe(wake_) != 0) return fail(error, "pipe");
-    ::fcntl(wake_[1], F_SETFL, O_NONBLOCK);
-    return true;
+    return open_wake_pipe(wake_, error);
 }
 
 void AdapterServer::stop() {
-    if (wake_[1] < 0) return;
-    const char byte = 1;
-    const auto ignored = ::write(wake_[1], &byte, 1);  // a full pipe already means "stop"
-    (void)ignored;
+    wake_server(wake_);
 }
 
 void AdapterServer::drop_client() {

@@ -5,6 +5,8 @@
 #include <sstream>
 #include <utility>
 
+#include "link/serial_port.h"
+
 namespace kelvara::sim {
 
 namespace {
@@ -61,25 +63,13 @@ void PrologixAdapter::act() {
 
 std::string PrologixAdapter::take_output() {
     act();
-    std::string out;
-    const double now = clock_.now();
-    while (!output_.empty() && output_.front().at <= now) {
-        Piece& p = output_.front();
-        std::size_t n = p.bytes.size();
-        if (p.spacing > 0) n = std::min(n, static_cast<std::size_t>((now - p.at) / p.spacing) + 1);
-        out.append(p.bytes, 0, n);
-        p.bytes.erase(0, n);
-        p.at += static_cast<double>(n) * p.spacing;
-        if (!p.bytes.empty()) break;  // the rest is still on its way
-        output_.pop_front();
-    }
-    return out;
+    return output_.take(clock_.now());
 }
 
 std::optional<double> PrologixAdapter::next_event() const {
     std::optional<double> next;
     if (!lines_.empty()) next = busy_until_;
-    if (!output_.empty()) next = std::min(next.value_or(output_.front().at), output_.front().at);
+    if (!output_.empty()) next = std::min(next.value_or(output_.next_at()), output_.next_at());
     return next;
 }
 
@@ -108,12 +98,12 @@ void PrologixAdapter::send(double at, double spacing, std::string bytes) {
     if (bytes.empty()) return;
     if (const int baud = instrument_.faults.line_baud; baud > 0) {
         // One byte after the other on the link, each there once its last bit is.
-        const double character = 10.0 / baud;
+        const double character = seconds_per_character({baud, 'N', 8, 1});
         spacing = std::max(spacing, character);
         at = std::max(at, link_free_at_) + character;
         link_free_at_ = at + static_cast<double>(bytes.size() - 1) * spacing;
     }
-    output_.push_back({at, spacing, std::move(bytes)});
+    output_.push(at, spacing, std::move(bytes));
 }
 
 void PrologixAdapter::change(int& setting, int value) {

@@ -27,6 +27,7 @@
 #include <vector>
 
 #include "link/clock.h"
+#include "sim/bytes_in_flight.h"
 #include "sim/instrument.h"
 
 namespace kelvara::sim {
@@ -84,19 +85,12 @@ class PrologixAdapter {
     const std::string& version() const { return version_; }
 
     static constexpr double kPieceGap = 0.05;  // between the pieces of a split reply
-    static constexpr int kLinkBaud = 115200;    // the AR488's serial link
+    static constexpr int kLinkBaud = 115200;   // the AR488's serial link
 
   private:
     struct Line {
         bool command;
         std::string text;
-    };
-    // Bytes on their way to the host: the first is there at `at`, each further one `spacing`
-    // later.
-    struct Piece {
-        double at;
-        double spacing;
-        std::string bytes;
     };
     void parse(char c);
     void act();
@@ -113,7 +107,7 @@ class PrologixAdapter {
     Clock& clock_;
     std::string version_;
     std::deque<Line> lines_;
-    std::deque<Piece> output_;
+    BytesInFlight output_;  // to the host
     std::string line_;
     int plain_plus_ = 0;  // leading unescaped "+" of line_
     bool escaped_ = false;

@@ -12,7 +12,44 @@
 #include <cstring>
 #include <thread>
 
+#include "link/serial_port.h"
+
 namespace kelvara::sim {
+
+bool failed_call(std::string* error, const char* what) {
+    if (error) *error = std::string(what) + ": " + std::strerror(errno);
+    return false;
+}
+
+bool open_raw_pty(int& master, int& slave, std::string& slave_path, std::string* error) {
+    master = ::posix_openpt(O_RDWR | O_NOCTTY);
+    if (master < 0) return failed_call(error, "posix_openpt");
+    if (::grantpt(master) != 0) return failed_call(error, "grantpt");
+    if (::unlockpt(master) != 0) return failed_call(error, "unlockpt");
+    const char* name = ::ptsname(master);
+    if (!name) return failed_call(error, "ptsname");
+    slave_path = name;
+    slave = ::open(name, O_RDWR | O_NOCTTY);
+    if (slave < 0) return failed_call(error, "open slave");
+    termios settings{};
+    if (::tcgetattr(slave, &settings) != 0) return failed_call(error, "tcgetattr");
+    ::cfmakeraw(&settings);
+    if (::tcsetattr(slave, TCSANOW, &settings) != 0) return failed_call(error, "tcsetattr");
+    return true;
+}
+
+bool open_wake_pipe(int (&wake)[2], std::string* error) {
+    if (::pipe(wake) != 0) return failed_call(error, "pipe");
+    ::fcntl(wake[1], F_SETFL, O_NONBLOCK);
+    return true;
+}
+
+void wake_server(const int (&wake)[2]) {
+    if (wake[1] < 0) return;
+    const char byte = 1;
+    const auto ignored = ::write(wake[1], &byte, 1);  // a full pipe already means "stop"
+    (void)ignored;
+}
 
 PtyServer::PtyServer(Instrument& instrument) : instrument_(instrument) {}
 
@@ -22,25 +59,8 @@ PtyServer::~PtyServer() {
 }
 
 bool PtyServer::open(std::string* error) {
-    const auto fail = [&](const char* what) {
-        if (error) *error = std::string(what) + ": " + std::strerror(errno);
+    if (!open_raw_pty(master_, slave_, slave_path_, error) || !open_wake_pipe(wake_, error))
         return false;
-    };
-    master_ = ::posix_openpt(O_RDWR | O_NOCTTY);
-    if (master_ < 0) return fail("posix_openpt");
-    if (::grantpt(master_) != 0) return fail("grantpt");
-    if (::unlockpt(master_) != 0) return fail("unlockpt");
-    const char* name = ::ptsname(master_);
-    if (!name) return fail("ptsname");
-    slave_path_ = name;
-    slave_ = ::open(name, O_RDWR | O_NOCTTY);
-    if (slave_ < 0) return fail("open slave");
-    termios settings{};
-    if (::tcgetattr(slave_, &settings) != 0) return fail("tcgetattr");
-    ::cfmakeraw(&settings);
-    if (::tcsetattr(slave_, TCSANOW, &settings) != 0) return fail("tcsetattr");
-    if (::pipe(wake_) != 0) return fail("pipe");
-    ::fcntl(wake_[1], F_SETFL, O_NONBLOCK);
     // A client that stops reading must not leave the server stuck in a write that stop() cannot
     // interrupt.
     ::fcntl(master_, F_SETFL, ::fcntl(master_, F_GETFL) | O_NONBLOCK);
@@ -48,10 +68,7 @@ bool PtyServer::open(std::string* error) {
 }
 
 void PtyServer::stop() {
-    if (wake_[1] < 0) return;
-    const char byte = 1;
-    const auto ignored = ::write(wake_[1], &byte, 1);  // a full pipe already means "stop"
-    (void)ignored;
+    wake_server(wake_);
 }
 
 void PtyServer::serve() {
@@ -128,8 +145,12 @@ void PtyServer::send(const std::string& reply) {
     double spacing = 0;  // seconds between two bytes
     if (faulty && f.trickle > 0)
         spacing = f.trickle;
-    else if (f.line_baud > 0)
-        spacing = static_cast<double>(bits_per_character) / f.line_baud;
+    else if (f.line_baud > 0) {
+        // The characters keep the model's frame at whatever speed the fault sets.
+        SerialSettings line = profile(instrument_.model()).serial;
+        line.baud = f.line_baud;
+        spacing = seconds_per_character(line);
+    }
     const std::size_t pieces =
         faulty && f.split_pieces > 1 ? static_cast<std::size_t>(f.split_pieces) : 1;
     const std::size_t size = std::max<std::size_t>(1, reply.size() / pieces);

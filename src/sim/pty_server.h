@@ -11,6 +11,18 @@
 
 namespace kelvara::sim {
 
+// Sets `error` (when given) to the call that failed and errno's text; returns false.
+bool failed_call(std::string* error, const char* what);
+
+// A pseudo-terminal in raw mode with both sides open: a server that keeps the slave side itself
+// lets clients come and go without the line hanging up. False, with `error` naming the call that
+// failed; whatever was opened is left in master and slave for the caller to close.
+bool open_raw_pty(int& master, int& slave, std::string& slave_path, std::string* error);
+// The pipe a server's stop() writes to, to wake its poll; the write end never blocks.
+bool open_wake_pipe(int (&wake)[2], std::string* error);
+// Safe from a signal handler or another thread.
+void wake_server(const int (&wake)[2]);
+
 class PtyServer {
   public:
     explicit PtyServer(Instrument& instrument);
@@ -28,8 +40,6 @@ class PtyServer {
     void serve();
     bool hung_up() const { return hung_up_; }
 
-    // Bits a character takes on the line (start, data, parity, stop) for the speed fault.
-    int bits_per_character = 10;
     // Safe from a signal handler or another thread.
     void stop();
 

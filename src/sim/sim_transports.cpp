@@ -30,27 +30,9 @@ std::string SimSerialPort::error() const {
     return dead_ ? "simulated port: the line hung up" : std::string();
 }
 
-std::string SimSerialPort::take_arrived(bool one_piece) {
-    std::string out;
-    const double now = clock_.now();
-    while (!pending_.empty() && pending_.front().ready_at <= now) {
-        Pending& p = pending_.front();
-        std::size_t n = p.text.size();
-        if (p.spacing > 0)
-            n = std::min(n, static_cast<std::size_t>((now - p.ready_at) / p.spacing) + 1);
-        out += p.text.substr(0, n);
-        p.text.erase(0, n);
-        p.ready_at += static_cast<double>(n) * p.spacing;
-        if (!p.text.empty()) break;  // the rest is still on its way
-        pending_.pop_front();
-        if (one_piece) break;
-    }
-    return out;
-}
-
 void SimSerialPort::discard_input() {
     // Only what has already arrived is thrown away; a slow reply still on its way survives.
-    take_arrived(false);
+    pending_.take(clock_.now());
 }
 
 void SimSerialPort::queue_reply(const std::string& reply) {
@@ -72,7 +54,7 @@ void SimSerialPort::queue_reply(const std::string& reply) {
         const std::size_t length = i + 1 == pieces ? std::string::npos : size;
         // A character has arrived once its last bit has.
         const double at = ready + 0.001 * i + static_cast<double>(start + 1) * spacing;
-        pending_.push_back({at, spacing, reply.substr(start, length)});
+        pending_.push(at, spacing, reply.substr(start, length));
     }
     line_free_at_ = ready + static_cast<double>(reply.size()) * spacing;
 }
@@ -102,7 +84,7 @@ void SimSerialPort::write(const std::string& bytes) {
 
 std::string SimSerialPort::take_input() {
     if (!open_) return {};
-    const std::string out = take_arrived(instrument_.faults.split_pieces > 1);
+    const std::string out = pending_.take(clock_.now(), instrument_.faults.split_pieces > 1);
     // The line goes down once the instrument's last words are through.
     if (hanging_up_ && pending_.empty() && out.empty()) dead_ = true;
     return out;
@@ -114,22 +96,6 @@ std::string SimSerialPort::device_name(int port) const {
 
 SimGpibDriver::SimGpibDriver(Instrument& instrument, Clock& clock, int address)
     : instrument_(instrument), clock_(clock), address_(address) {}
-
-double gpib_timeout_seconds(int code) {
-    static constexpr double kSeconds[] = {0,    10e-6, 30e-6, 100e-6, 300e-6, 1e-3,
-                                          3e-3, 10e-3, 30e-3, 100e-3, 300e-3, 1,
-                                          3,    10,    30,    100,    300,    1000};
-    if (code < 0 || code >= static_cast<int>(std::size(kSeconds))) return 0;
-    return kSeconds[code];
-}
-
-int SimGpibDriver::finish(int ibsta, int iberr, long count) {
-    status_.ibsta = static_cast<std::int16_t>(ibsta);
-    status_.iberr = static_cast<std::int16_t>(iberr);
-    status_.ibcnt = static_cast<std::int16_t>(count);
-    status_.ibcntl = static_cast<std::int32_t>(count);
-    return ibsta;
-}
 
 bool SimGpibDriver::valid(int ud) const {
     return device_ >= 0 && ud == device_;

@@ -2,12 +2,12 @@
 // instrument procedure run unchanged against it (tests, --simulate).
 #pragma once
 
-#include <deque>
 #include <string>
 
 #include "link/clock.h"
 #include "link/gpib_driver.h"
 #include "link/serial_port.h"
+#include "sim/bytes_in_flight.h"
 #include "sim/instrument.h"
 
 namespace kelvara::sim {
@@ -36,14 +36,6 @@ class SimSerialPort : public SerialPort {
     bool can_open = true;
 
   private:
-    // Bytes on their way: the first arrives at ready_at, each further one `spacing` later.
-    struct Pending {
-        double ready_at;
-        double spacing;
-        std::string text;
-    };
-    // Takes the bytes that have arrived by now; with `one_piece` at most one pending entry.
-    std::string take_arrived(bool one_piece);
     void queue_reply(const std::string& reply);
 
     Instrument& instrument_;
@@ -55,44 +47,25 @@ class SimSerialPort : public SerialPort {
     double line_free_at_ = 0;  // when the line has carried everything queued so far
     SerialSettings settings_;
     std::string partial_;
-    std::deque<Pending> pending_;
+    BytesInFlight pending_;  // the replies on their way
 };
 
 // One device on a simulated bus. ibwrt hands the whole buffer to the instrument as one command
 // (a trailing CR LF is dropped); ibrd returns the pending reply, at most count bytes at a time.
-class SimGpibDriver : public GpibDriver {
+class SimGpibDriver : public InProcessGpibDriver {
   public:
     // address: the only primary address that answers, or -1 for any address.
     SimGpibDriver(Instrument& instrument, Clock& clock, int address = -1);
 
-    int register_globals() override { return 0; }
-    void unregister_globals() override {}
     int ibdev(int board, int pad, int sad, int tmo, int eot, int eos) override;
     int ibclr(int ud) override;
     int ibwrt(int ud, const char* buffer, long count) override;
     int ibrd(int ud, char* buffer, long count) override;
     int ibloc(int ud) override;
     int ibonl(int ud, int online) override;
-    std::int32_t thread_ibsta() override { return status_.ibsta; }
-    std::int32_t thread_iberr() override { return status_.iberr; }
-    std::int32_t thread_ibcntl() override { return status_.ibcntl; }
-
-    const GpibStatus& status() const { return status_; }
     int writes() const { return writes_; }
 
-    // Status bits and error codes as NI-488.2 defines them.
-    static constexpr int CMPL = 0x0100;
-    static constexpr int END = 0x2000;
-    static constexpr int TIMO = 0x4000;
-    static constexpr int ERR = 0x8000;
-    static constexpr int EDVR = 0;
-    static constexpr int EARG = 4;
-    static constexpr int EABO = 6;
-    static constexpr int ENOL = 2;
-    static constexpr int EBUS = 14;
-
   private:
-    int finish(int ibsta, int iberr, long count);
     bool valid(int ud) const;
 
     Instrument& instrument_;
@@ -106,10 +79,6 @@ class SimGpibDriver : public GpibDriver {
     std::string reply_;
     bool reply_ends_ = true;  // END comes with the reply's last byte
     double reply_ready_at_ = 0;
-    GpibStatus status_;
 };
-
-// Seconds of an NI-488.2 timeout code (T10s = 13 -> 10); 0 for "no timeout".
-double gpib_timeout_seconds(int code);
 
 }  // namespace kelvara::sim

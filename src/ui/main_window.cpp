@@ -5,6 +5,7 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QComboBox>
+#include <QFile>
 #include <QFileDialog>
 #include <QFrame>
 #include <QGridLayout>
@@ -83,6 +84,10 @@ std::optional<QString> choose_with_file_dialog(FileDialogKind kind, const QStrin
     }
     if (path.isEmpty()) return std::nullopt;
     return path;
+}
+
+std::string file_system_path(const QString& path) {
+    return QFile::encodeName(path).toStdString();
 }
 
 QString qt_file_filter(const std::string& pairs) {

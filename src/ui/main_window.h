@@ -49,6 +49,9 @@ QString qt_file_filter(const std::string& pairs);
 std::optional<QString> choose_with_file_dialog(FileDialogKind kind, const QString& filter,
                                                QWidget* parent);
 
+// A path as the file commands and the backup take it: in the file system's own encoding.
+std::string file_system_path(const QString& path);
+
 struct MainWindowOptions {
     // How links reach the instrument, handed in by the program's start (the real GPIB library,
     // serial port and adapters, or the simulator's); null: the real ones. Not owned.
@@ -173,6 +176,7 @@ class MainWindow : public QWidget, private Views {
     bool write_with_file_dialog();
     bool read_curve_from(const QString& path);
     void read_curve_from_elsewhere(const QString& path);  // a recent or dropped file
+    void now_holds_file(const QString& path);  // after the curve was read from or written to it
     void report_file_failure(bool reading, const QString& path, const std::string& reason);
     void start_new_curve();
     void curve_received(bool whole);

@@ -4,7 +4,6 @@
 #include <QAction>
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QMenu>
 #include <QPushButton>
 
@@ -23,10 +22,6 @@ constexpr const char* kCompareTitle = "Comparing Curve With Instrument";
 constexpr const char* kBackupTitle = "Backing Up Instrument Curves";
 constexpr const char* kRestoreTitle = "Restoring Instrument Curves";
 constexpr const char* kReportTitle = "Tessaly Kelvara";
-
-std::string file_system_path(const QString& path) {
-    return QFile::encodeName(path).toStdString();
-}
 
 }  // namespace
 

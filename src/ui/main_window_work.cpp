@@ -8,7 +8,6 @@
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QFile>
 #include <QFileInfo>
 #include <QKeyEvent>
 #include <QLabel>
@@ -47,11 +46,6 @@ QStringList model_file_types(InstrumentModel model) {
     return types;
 }
 
-// As the file commands decide: the last three characters, in any case.
-bool fits_model(const QString& path, InstrumentModel model) {
-    return model_file_types(model).contains(path.right(3).toUpper());
-}
-
 // A name typed without any extension gets the model's first file type.
 QString with_default_extension(const QString& path, InstrumentModel model) {
     const QStringList types = model_file_types(model);
@@ -59,8 +53,8 @@ QString with_default_extension(const QString& path, InstrumentModel model) {
     return path + QLatin1Char('.') + types.front();
 }
 
-std::string file_system_path(const QString& path) {
-    return QFile::encodeName(path).toStdString();
+bool fits_model(const QString& path, InstrumentModel model) {
+    return wrong_file_type(file_system_path(path), model).empty();
 }
 
 bool is_redo(const QKeyEvent* key) {
@@ -286,11 +280,7 @@ bool MainWindow::read_curve_from(const QString& path) {
     show_grid_from_top();
     take_fields_from_widgets();
     history_.reset(current_state());
-    document_ = QFileInfo(path).fileName();
-    add_recent_file(path);
-    update_title();
-    update_edit_actions();
-    update_recent_menu();
+    now_holds_file(path);
     return true;
 }
 
@@ -310,12 +300,17 @@ bool MainWindow::write_with_file_dialog() {
     // The writer may have filled in an empty name or serial number: that is what the file holds.
     take_fields_from_widgets();
     history_.mark_saved(current_state());
+    now_holds_file(path);
+    return true;
+}
+
+// The file names the window and heads the recent files.
+void MainWindow::now_holds_file(const QString& path) {
     document_ = QFileInfo(path).fileName();
     add_recent_file(path);
     update_title();
     update_edit_actions();
     update_recent_menu();
-    return true;
 }
 
 void MainWindow::read_curve_from_elsewhere(const QString& path) {

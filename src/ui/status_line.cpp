@@ -34,11 +34,8 @@ QString status_line_text(const SetupChoices& choices, Interface chosen, const QS
             } else if (choices.gpib_route == GpibRoute::EthernetAdapter) {
                 // As the link reaches it: the port it takes when none was given, too.
                 QString host = QString::fromStdString(choices.adapter_host);
-                if (const auto parsed = parse_adapter_host(choices.adapter_host)) {
-                    const QString address = QString::fromStdString(parsed->first);
-                    host = (address.contains(QLatin1Char(':')) ? "[" + address + "]" : address) +
-                           QStringLiteral(":%1").arg(parsed->second);
-                }
+                if (const auto parsed = parse_adapter_host(choices.adapter_host))
+                    host = QString::fromStdString(adapter_host_text(parsed->first, parsed->second));
                 where += QStringLiteral(" through Ethernet adapter %1").arg(host);
             }
             parts << where;

@@ -206,7 +206,6 @@ int main(int argc, char** argv) {
     if (adapter) return serve_adapter(instrument, state, prologix_tcp, link_path);
 
     kelvara::sim::PtyServer server(instrument);
-    server.bits_per_character = 1 + line.data_bits + (line.parity == 'N' ? 0 : 1) + line.stop_bits;
     if (!server.open(&error)) {
         std::cerr << "kelvara-sim: " << error << "\n";
         return 1;

@@ -120,14 +120,16 @@ std::string QtSerialPort::take_input() {
     return std::string(data.constData(), static_cast<std::size_t>(data.size()));
 }
 
+bool line_hung_up(const QSerialPort& port) {
+    pollfd fd{static_cast<int>(port.handle()), POLLIN, 0};
+    return fd.fd >= 0 && ::poll(&fd, 1, 0) == 1 && (fd.revents & (POLLHUP | POLLERR | POLLNVAL));
+}
+
 void QtSerialPort::check_line() {
     if (dead_) return;
-    // A line whose far end hung up, or whose adapter was pulled, reads as end-of-file and every
-    // wait on it returns at once; the descriptor's own state says so whatever Qt made of it.
-    pollfd fd{static_cast<int>(port_.handle()), POLLIN, 0};
-    if (fd.fd >= 0 && ::poll(&fd, 1, 0) == 1 && (fd.revents & (POLLHUP | POLLERR | POLLNVAL))) {
+    if (line_hung_up(port_)) {
         dead_ = true;
-        error_ = opened_ + ": the line hung up or the device was removed";
+        error_ = opened_ + ": " + kLineHungUp;
         return;
     }
     const QSerialPort::SerialPortError e = port_.error();

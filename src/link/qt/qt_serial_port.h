@@ -38,4 +38,9 @@ class QtSerialPort : public SerialPort {
     std::string opened_;
 };
 
+// True when the port's device hung up or was removed. Such a device reads as end-of-file and
+// every wait on it returns at once; its descriptor says so whatever Qt made of it.
+bool line_hung_up(const QSerialPort& port);
+inline constexpr const char* kLineHungUp = "the line hung up or the device was removed";
+
 }  // namespace kelvara

@@ -1,8 +1,8 @@
 #include "link/qt/qt_serial_stream.h"
 
-#include <poll.h>
-
 #include <cmath>
+
+#include "link/qt/qt_serial_port.h"
 
 namespace kelvara {
 
@@ -56,12 +56,11 @@ bool QtSerialStream::is_open() const {
 }
 
 void QtSerialStream::check_line() {
-    // A device that hung up or was pulled reads as end-of-file and every wait on it returns at
-    // once: without this the reader would spin until its time-out and take it for silence.
-    pollfd fd{static_cast<int>(port_.handle()), POLLIN, 0};
-    if (fd.fd >= 0 && ::poll(&fd, 1, 0) == 1 && (fd.revents & (POLLHUP | POLLERR | POLLNVAL))) {
+    // Without this the reader would spin until its time-out and take a pulled adapter for
+    // silence.
+    if (line_hung_up(port_)) {
         dead_ = true;
-        error_ = "the line hung up or the device was removed";
+        error_ = kLineHungUp;
     }
 }
 

@@ -22,8 +22,7 @@ QtTcpStream::~QtTcpStream() {
 
 std::string QtTcpStream::where() const {
     if (host_.empty()) return given_.empty() ? std::string("no host") : given_;
-    const bool v6 = host_.find(':') != std::string::npos;
-    return (v6 ? "[" + host_ + "]" : host_) + ":" + std::to_string(port_);
+    return adapter_host_text(host_, port_);
 }
 
 bool QtTcpStream::open() {
