@@ -41,26 +41,18 @@ class ScriptedAdapter : public ByteStream {
     bool write(const std::string& bytes) override {
         written += bytes;
         for (const char c : bytes) {
-            if (escaped_ || (c != '\n' && c != 0x1B)) {
-                line_ += c;
-                escaped_ = false;
-            } else if (c == 0x1B) {
-                escaped_ = true;
-            } else {
-                heard(std::exchange(line_, std::string()));
-            }
+            const bool plain = std::exchange(escaped_, false) || (c != '\n' && c != 0x1B);
+            if (plain) line_ += c;
+            if (!plain && c == 0x1B) escaped_ = true;
+            if (!plain && c == '\n') heard(std::exchange(line_, std::string()));
         }
         return open_;
     }
     std::string read(double) override {
-        std::string out;
-        for (auto it = due_.begin(); it != due_.end();)
-            if (it->first <= clock_.now()) {
-                out += it->second;
-                it = due_.erase(it);
-            } else {
-                ++it;
-            }
+        std::string out;  // in the order sent; what is not yet due stays
+        std::erase_if(due_, [&](const auto& d) {
+            return d.first <= clock_.now() && (out += d.second, true);
+        });
         return out;
     }
     std::string error() const override { return can_open ? "" : "No such file or directory"; }
@@ -136,22 +128,19 @@ TEST(PrologixOpening, FailsNamingWhyAndSendsNothingForAnAddressItCannotTake) {
     // address, board, eos, time-out code, adapter opens, "++ver" answered from/up to, error,
     // bytes sent, seconds taken
     struct Row {
-        int pad, board, eos, tmo;
-        bool opens;
-        int ver_from, ver_upto;
+        int pad, board, eos, tmo, opens, ver_from, ver_upto;
         std::string error, sent;
         double seconds;
     };
-    const std::string ver5 = "++ver\n++ver\n++ver\n++ver\n++ver\n";
+    const std::string
+        ver5 = "++ver\n++ver\n++ver\n++ver\n++ver\n",
+        offers = "the adapter offers board 0 only, secondary addresses 96 to 126 and no EOS";
     const Row rows[] = {
         {31, 0, 0, 13, true, 1, 9, "GPIB address 31 is not one of the adapter's 0 to 30", "", 0},
         {32, 0, 0, 13, true, 1, 9, "GPIB address 32 is not one of the adapter's 0 to 30", "", 0},
-        {12, 1, 0, 13, true, 1, 9,
-         "the adapter offers board 0 only, secondary addresses 96 to 126 and no EOS", "", 0},
-        {12, 0, 0x140A, 13, true, 1, 9,
-         "the adapter offers board 0 only, secondary addresses 96 to 126 and no EOS", "", 0},
-        {12, 0, 0, 0, true, 1, 9,
-         "the adapter offers board 0 only, secondary addresses 96 to 126 and no EOS", "", 0},
+        {12, 1, 0, 13, true, 1, 9, offers, "", 0},
+        {12, 0, 0x140A, 13, true, 1, 9, offers, "", 0},
+        {12, 0, 0, 0, true, 1, 9, offers, "", 0},
         {12, 0, 0, 13, false, 1, 9, "No such file or directory", "", 0},
         {12, 0, 0, 13, true, 0, 0, "no reply to ++ver: no Prologix-compatible adapter there", ver5,
          5.0},
@@ -193,14 +182,14 @@ TEST(PrologixTraffic, EscapesEveryByteTheAdapterWouldTakeForItself) {
 }
 
 TEST(PrologixTraffic, ReadsToTheEndMarkWithinTheTimeOutAndFillsNoMoreThanTheBuffer) {
+    // what the buffer holds (past it the spaces stay), "++read eoi" sent, seconds the read took
     struct Row {
         const char* name;
         std::deque<Script> replies;
         long count;
-        std::string read;  // what the buffer holds, past it the spaces stay
-        int ibsta;
-        int reads;       // "++read eoi" sent
-        double seconds;  // the read took
+        std::string read;
+        int ibsta, reads;
+        double seconds;
     };
     const std::string x100(100, 'x');
     const auto silent = [](std::deque<Script> replies, std::size_t asks) {
@@ -341,16 +330,11 @@ TEST(PrologixHost, TakesAHostWithAnOptionalPort) {
         {"[::1]:1235", Host{{"::1", 1235}}},
         {"[fe80::2]", Host{{"fe80::2", 1234}}},
         {"fe80::2", Host{{"fe80::2", 1234}}},
-        {"", std::nullopt},
-        {":1234", std::nullopt},
-        {"host:", std::nullopt},
-        {"host:0", std::nullopt},
-        {"host:65536", std::nullopt},
-        {"host:12ab", std::nullopt},
-        {"[::1", std::nullopt},
-        {"two words", std::nullopt},
     };
     for (const auto& [text, host] : rows) EXPECT_EQ(parse_adapter_host(text), host) << text;
+    for (const char* bad :
+         {"", ":1234", "host:", "host:0", "host:65536", "host:12ab", "[::1", "two words"})
+        EXPECT_EQ(parse_adapter_host(bad), std::nullopt) << bad;
 }
 
 }  // namespace
