@@ -14,101 +14,68 @@ using kelvara::sim::Instrument;
 
 namespace {
 
-struct Exchange {
-    const char* command;
-    const char* reply;  // without the line end; nullptr for no reply at all
-};
-
+// A step is "command -> reply" (without the line end), or a command that gets no reply at all.
 struct Script {
     const char* title;
     InstrumentModel model;
-    std::vector<Exchange> steps;
+    std::vector<std::string> steps;
     int memory_bytes = 0;  // 0: the model's own
 };
 
-const char* kEmptyHeader = "               ,          ,0,0.000,0";
+const std::string kEmptyHeader = "               ,          ,0,0.000,0";
 
 std::vector<Script> scripts() {
     return {
         {"header and points held as sent: quotes dropped, names cut to 15 and 10, zeros past the "
          "end, nothing kept where the model has no room",
          InstrumentModel::TAZ,
-         {{"CRVDEL 21", nullptr},
-          {"CRVHDR 21,MYCURVE,SN123,2, 375,1", nullptr},
-          {"CRVPT 21,1,0.09062,475.000", nullptr},
-          {"CRVPT 21,2,1.69800,1.400", nullptr},
-          {"CRVHDR? 21", "MYCURVE        ,SN123     ,2,375,1"},
-          {"CRVPT? 21,2", "1.69800,1.400"},
-          {"CRVPT? 21,3", "0.00000,0.000"},
-          {"CRVHDR 22,\"A,B CURVE\",\"SN 9\",3, 800,2;CRVPT 22,1,5,6", nullptr},
-          {"*RST", nullptr},
-          {"CRVHDR? 22;CRVPT? 22,1", "A,B CURVE      ,SN 9      ,3,800,2;5,6"},
-          {"CRVHDR 23,ABCDEFGHIJKLMNOPQRST,0123456789AB,4,40,1", nullptr},
-          {"CRVHDR? 23", "ABCDEFGHIJKLMNO,0123456789,4,40,1"},
-          {"CRVDEL 21;CRVSAV", nullptr},
-          {"CRVHDR? 21", kEmptyHeader},
-          {"CRVPT? 21,1", "0.00000,0.000"},
-          {"CRVHDR 99,X,Y,2,1,1", nullptr},
-          {"CRVHDR? 99", kEmptyHeader},
-          {"CRVPT 24,201,1.0,2.0", nullptr},
-          {"CRVPT? 24,201", "0.00000,0.000"}}},
+         {"CRVDEL 21", "CRVHDR 21,MYCURVE,SN123,2, 375,1", "CRVPT 21,1,0.09062,475.000",
+          "CRVPT 21,2,1.69800,1.400", "CRVHDR? 21 -> MYCURVE        ,SN123     ,2,375,1",
+          "CRVPT? 21,2 -> 1.69800,1.400", "CRVPT? 21,3 -> 0.00000,0.000",
+          "CRVHDR 22,\"A,B CURVE\",\"SN 9\",3, 800,2;CRVPT 22,1,5,6", "*RST",
+          "CRVHDR? 22;CRVPT? 22,1 -> A,B CURVE      ,SN 9      ,3,800,2;5,6",
+          "CRVHDR 23,ABCDEFGHIJKLMNOPQRST,0123456789AB,4,40,1",
+          "CRVHDR? 23 -> ABCDEFGHIJKLMNO,0123456789,4,40,1", "CRVDEL 21;CRVSAV",
+          "CRVHDR? 21 -> " + kEmptyHeader, "CRVPT? 21,1 -> 0.00000,0.000", "CRVHDR 99,X,Y,2,1,1",
+          "CRVHDR? 99 -> " + kEmptyHeader, "CRVPT 24,201,1.0,2.0",
+          "CRVPT? 24,201 -> 0.00000,0.000"}},
         {"unknown commands, and another family's identification, answer nothing",
          InstrumentModel::KIP,
-         {{"XYZZY", nullptr}, {"CRVHDR? 21", nullptr}, {"*IDN?", nullptr}}},
+         {"XYZZY", "CRVHDR? 21", "*IDN?"}},
         {"KOR numbers without a blank; the instrument adds its own first and last pair",
          InstrumentModel::KOR,
-         {{"CURV11,S10PLATINUM1SN0001,0.1,300.0,0.2,200.0*", nullptr},
-          {"ECUR11,0.3,100.0", nullptr},
-          {"CURV? 11",
-           "11,S10PLATINUM1SN0001,N,5,0.00000,000.0,0.1,300.0,0.2,200.0,0.3,100.0,9.99999,000.0"},
-          {"KCUR11", nullptr},
-          {"CURV? 11", "-1,NO CURVE"}}},
+         {"CURV11,S10PLATINUM1SN0001,0.1,300.0,0.2,200.0*", "ECUR11,0.3,100.0",
+          "CURV? 11 -> "
+          "11,S10PLATINUM1SN0001,N,5,0.00000,000.0,0.1,300.0,0.2,200.0,0.3,100.0,9.99999,000.0",
+          "KCUR11", "CURV? 11 -> -1,NO CURVE"}},
         {"NAV keeps a short name unpadded and marks rising temperatures",
          InstrumentModel::NAV,
-         {{"CURV 12,S21DT1SN12,0.5,10.0,0.6,20.0*", nullptr},
-          {"ECUR 12,0.7,30.0", nullptr},
-          {"CURV? 12", "12,S21DT1SN12,P,5,0.00000,000.0,0.5,10.0,0.6,20.0,0.7,30.0,9.99999,000.0"},
-          {"KCUR 12", nullptr},
-          {"CURV? 12", "-1,NO CURVE"}}},
+         {"CURV 12,S21DT1SN12,0.5,10.0,0.6,20.0*", "ECUR 12,0.7,30.0",
+          "CURV? 12 -> 12,S21DT1SN12,P,5,0.00000,000.0,0.5,10.0,0.6,20.0,0.7,30.0,9.99999,000.0",
+          "KCUR 12", "CURV? 12 -> -1,NO CURVE"}},
         {"a full memory refuses points and curves",
          InstrumentModel::NAV,
-         {{"CURV 11,S00A,1,2,3,4*", nullptr},
-          {"FREE?", "16"},
-          {"ECUR 11,5,6", nullptr},
-          {"FREE?", "0"},
-          {"ECUR 11,7,8", nullptr},
-          {"CURV? 11", "11,S00A,P,5,0.00000,000.0,1,2,3,4,5,6,9.99999,000.0"},
-          {"CURV 12,S00B,1,2,3,4*", nullptr},
-          {"CURV? 12", "-1,NO CURVE"}},
+         {"CURV 11,S00A,1,2,3,4*", "FREE? -> 16", "ECUR 11,5,6", "FREE? -> 0", "ECUR 11,7,8",
+          "CURV? 11 -> 11,S00A,P,5,0.00000,000.0,1,2,3,4,5,6,9.99999,000.0",
+          "CURV 12,S00B,1,2,3,4*", "CURV? 12 -> -1,NO CURVE"},
          Instrument::kHeaderBytes + 3 * Instrument::kPointBytes},
         {"XK store, append, read back and erase",
          InstrumentModel::KIP,
-         {{"XD05", "05,19392 BYTES FREE,"},
-          {"XC05,L21THERMOCOUPLEK,0.1,010.0,0.2,020.0*", nullptr},
-          {"XE05,0.3,030.0*", nullptr},
-          {"XD05",
-           "05,L21THERMOCOUPLEK,P,5,0.00000,000.0,0.1,010.0,0.2,020.0,0.3,030.0,9.99999,000.0"},
-          {"XK05*", nullptr},
-          {"XD05", "05,19392 BYTES FREE,"}}},
+         {"XD05 -> 05,19392 BYTES FREE,", "XC05,L21THERMOCOUPLEK,0.1,010.0,0.2,020.0*",
+          "XE05,0.3,030.0*",
+          "XD05 -> "
+          "05,L21THERMOCOUPLEK,P,5,0.00000,000.0,0.1,010.0,0.2,020.0,0.3,030.0,9.99999,000.0",
+          "XK05*", "XD05 -> 05,19392 BYTES FREE,"}},
         {"XK with blanks after the keyword; appending needs a start",
          InstrumentModel::ELK,
-         {{"XC 12, 40NAME     SN,1.00000,300.0,2.00000,100.0*", nullptr},
-          {"XE 12,3.00000,050.0*", nullptr},
-          {"XD 12",
-           "12, 40NAME     SN,N,5,0.00000,000.0,1.00000,300.0,2.00000,100.0,3.00000,050.0,"
-           "9.99999,000.0"},
-          {"XE10,5,6*", nullptr},
-          {"XD10", "10,41904 BYTES FREE,"}}},
+         {"XC 12, 40NAME     SN,1.00000,300.0,2.00000,100.0*", "XE 12,3.00000,050.0*",
+          "XD 12 -> 12, 40NAME     SN,N,5,0.00000,000.0,1.00000,300.0,2.00000,100.0,3.00000,050.0,"
+          "9.99999,000.0",
+          "XE10,5,6*", "XD10 -> 10,41904 BYTES FREE,"}},
         {"HOX grid points, serial number and erase",
          InstrumentModel::HOX,
-         {{"C0.00,475.000", nullptr},
-          {"SIDABCDEFGHIJ", nullptr},
-          {"C?0.00", "475.000"},
-          {"C?0.01", "BAD POINT"},
-          {"SID?", "ABCDEFGH"},
-          {"ERASE!", nullptr},
-          {"C?0.00", "0.000"},
-          {"SID?", ""}}},
+         {"C0.00,475.000", "SIDABCDEFGHIJ", "C?0.00 -> 475.000", "C?0.01 -> BAD POINT",
+          "SID? -> ABCDEFGH", "ERASE!", "C?0.00 -> 0.000", "SID? -> "}},
     };
 }
 
@@ -120,9 +87,10 @@ TEST(Commands, WhatIsWrittenIsHeldAndGivenBack) {
         Instrument instrument(script.model);
         if (script.memory_bytes) instrument.memory_bytes = script.memory_bytes;
         for (const auto& step : script.steps) {
-            SCOPED_TRACE(step.command);
-            EXPECT_EQ(instrument.handle(step.command),
-                      step.reply ? std::string(step.reply) + "\r\n" : "");
+            const auto arrow = step.find(" -> ");
+            EXPECT_EQ(instrument.handle(step.substr(0, arrow)),
+                      arrow == std::string::npos ? "" : step.substr(arrow + 4) + "\r\n")
+                << step;
         }
     }
 }
