@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "curve/curve_record.h"
@@ -141,25 +142,20 @@ TEST(Commands, EveryModelIdentifiesItselfAndKeepsItsFactoryCurves) {
 }
 
 TEST(Commands, CataloguesCutIntoEveryStoredLocationsName) {
-    struct Row {
-        InstrumentModel model;
-        const char* store;
-        int location;
-        const char* name;
-    };
-    const Row rows[] = {
+    // model, what is stored, where, the name the catalogue gives
+    const std::tuple<InstrumentModel, std::string, int, std::string> rows[] = {
         {InstrumentModel::KOR, "CURV11,S10MYCURVE12SN9,1,2,3,4*", 11, "MYCURVE12"},
         {InstrumentModel::NAV, "CURV 21,S10AB,1,2,3,4*", 21, "AB"},
         {InstrumentModel::KIP, "XC07, 21SILICON  D1,0.5,300.0,1.0,77.0*", 7, "SILICON"},
         {InstrumentModel::ELK, "XC30, 21SILICON  D1,0.5,300.0,1.0,77.0*", 30, "SILICON"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.store);
-        Instrument in(row.model);
-        in.handle(row.store);
+    for (const auto& [model, store, location, name] : rows) {
+        SCOPED_TRACE(store);
+        Instrument in(model);
+        in.handle(store);
         // "CUID?": records of number, codes and name, serial, N/P. "XDT": free memory and count,
         // then records of number, two codes, name.
-        const bool xdt = kelvara::profile(row.model).catalogue == kelvara::CatalogueQuery::Xdt;
+        const bool xdt = kelvara::profile(model).catalogue == kelvara::CatalogueQuery::Xdt;
         const std::string reply = in.handle(xdt ? "XDT" : "CUID?");
         EXPECT_LT(reply.size(), 1000u);  // the program reads it into 1000 characters
         const auto f = kelvara::sim::split_fields(reply);
@@ -167,10 +163,10 @@ TEST(Commands, CataloguesCutIntoEveryStoredLocationsName) {
         for (std::size_t i = xdt ? 2 : 0; i + 3 < f.size(); i += 4)
             names[*kelvara::to_int32(f[i])] =
                 kelvara::trim_blanks(xdt ? f[i + 3] : f[i + 1].substr(3));
-        EXPECT_EQ(names.at(row.location), row.name);
+        EXPECT_EQ(names.at(location), name);
         EXPECT_EQ(names.at(0), "DT-470");
         std::size_t stored = 0;
-        for (int l : kelvara::profile(row.model).read_locations) stored += in.curve(l) != nullptr;
+        for (int l : kelvara::profile(model).read_locations) stored += in.curve(l) != nullptr;
         EXPECT_EQ(names.size(), stored);
         if (xdt) {  // the free-memory query drops the first field's last 11 characters
             EXPECT_EQ(kelvara::to_int32(f[0].substr(0, f[0].size() - 11)), in.free_bytes());

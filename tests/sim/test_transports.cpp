@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "link/clock.h"
@@ -71,18 +72,10 @@ struct Bench {
     }
 };
 
-struct Step {
-    const char* command;
-    std::string outcome;
-};
-
-struct FaultRow {
-    const char* faults;  // as given to --faults or KELVARA_SIM_FAULTS
-    Via via;
-    double waited;       // virtual seconds the steps took
-    std::size_t logged;  // command lines that reached the instrument
-    std::vector<Step> steps;
-};
+// The faults as given to --faults or KELVARA_SIM_FAULTS, the way in, virtual seconds the steps
+// took, command lines that reached the instrument, and each step's command and outcome.
+using Steps = std::vector<std::pair<const char*, std::string>>;
+using FaultRow = std::tuple<const char*, Via, double, std::size_t, Steps>;
 
 }  // namespace
 
@@ -128,14 +121,14 @@ TEST(InstrumentFaults, EachFaultShowsOnTheWire) {
         {"readfail=1", Gpib, 0, 2, {{"*IDN?", kIdentity}, {"*IDN?", "READ ERR"}}},
     };
     // clang-format on
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.faults);
+    for (const auto& [faults, via, waited, logged, steps] : rows) {
+        SCOPED_TRACE(faults);
         Bench bench;
-        ASSERT_TRUE(bench.instrument.faults.parse(row.faults));
-        for (const auto& step : row.steps)
-            EXPECT_EQ(bench.step(row.via, step.command), step.outcome) << step.command;
-        EXPECT_NEAR(bench.clock.now(), row.waited, 0.011);  // the reader looks every 10 ms
-        EXPECT_EQ(bench.instrument.log().size(), row.logged);
+        ASSERT_TRUE(bench.instrument.faults.parse(faults));
+        for (const auto& [command, outcome] : steps)
+            EXPECT_EQ(bench.step(via, command), outcome) << command;
+        EXPECT_NEAR(bench.clock.now(), waited, 0.011);  // the reader looks every 10 ms
+        EXPECT_EQ(bench.instrument.log().size(), logged);
     }
     for (const char* bad : {"loud", "split=x", "delay=-1", "cut=", "silent=1", "split=2,busy=1.5.2",
                             "busy=sometimes", "speed=0", "trickle=0", "noterm=1", "hangup=-1",
