@@ -100,65 +100,56 @@ std::string opening(const std::string& address_line, const std::string& eoi_line
     return out;
 }
 
-TEST(PrologixOpening, SetsEverythingAfterTheAdapterAnswers) {
-    // address, secondary address, eot, "++ver" tries before an answer, what is sent, seconds
-    const std::tuple<int, int, int, int, std::string, double> rows[] = {
-        {12, 0, 1, 1, opening("++addr 12"), 0.5},
-        {0, 0, 1, 1, opening("++addr 0"), 0.5},
-        {30, 96, 0, 1, opening("++addr 30 96", "++eoi 0"), 0.5},
-        // An adapter that resets when its port opens answers only the third "++ver".
-        {12, 0, 1, 3, "++ver\n++ver\n" + opening("++addr 12"), 2.55},
-    };
-    for (const auto& [pad, sad, eot, answered, sent, seconds] : rows) {
-        SCOPED_TRACE(sent);
-        Rig rig;
-        rig.adapter->ver_from = answered;
-        rig.adapter->send_at(0, "left by a reset\r\n");
-        EXPECT_EQ(rig.driver.ibdev(0, pad, sad, 13, eot, 0), 1);
-        EXPECT_EQ(rig.adapter->written, sent);
-        EXPECT_EQ(rig.driver.version(), "Prologix GPIB-USB Controller version 6.101");
-        EXPECT_EQ(rig.driver.thread_ibsta(), CMPL);
-        EXPECT_EQ(rig.driver.error(), "");
-        EXPECT_NEAR(rig.clock.now(), seconds, 0.1);
-        EXPECT_TRUE(rig.clock.pauses.empty());  // waiting for bytes is no pause of the protocol
-    }
-}
-
-TEST(PrologixOpening, FailsNamingWhyAndSendsNothingForAnAddressItCannotTake) {
-    // address, board, eos, time-out code, adapter opens, "++ver" answered from/up to, error,
-    // bytes sent, seconds taken
+// Opening sets everything once the adapter answers; a failure names why, and nothing is sent for
+// an address or a setting the adapter cannot take.
+TEST(PrologixOpening, SetsEverythingOnceTheAdapterAnswersOrSaysWhyNot) {
+    // ibdev's board, address, secondary address, time-out code, eot, eos; whether the adapter
+    // opens, the "++ver" it answers from and up to; bytes sent, error ("": opened), seconds taken
     struct Row {
-        int pad, board, eos, tmo, opens, ver_from, ver_upto;
-        std::string error, sent;
+        int board, pad, sad, tmo, eot, eos, opens, ver_from, ver_upto;
+        std::string sent, error;
         double seconds;
     };
     const std::string
         ver5 = "++ver\n++ver\n++ver\n++ver\n++ver\n",
         offers = "the adapter offers board 0 only, secondary addresses 96 to 126 and no EOS";
     const Row rows[] = {
-        {31, 0, 0, 13, true, 1, 9, "GPIB address 31 is not one of the adapter's 0 to 30", "", 0},
-        {32, 0, 0, 13, true, 1, 9, "GPIB address 32 is not one of the adapter's 0 to 30", "", 0},
-        {12, 1, 0, 13, true, 1, 9, offers, "", 0},
-        {12, 0, 0x140A, 13, true, 1, 9, offers, "", 0},
-        {12, 0, 0, 0, true, 1, 9, offers, "", 0},
-        {12, 0, 0, 13, false, 1, 9, "No such file or directory", "", 0},
-        {12, 0, 0, 13, true, 0, 0, "no reply to ++ver: no Prologix-compatible adapter there", ver5,
-         5.0},
-        {12, 0, 0, 13, true, 1, 1, "the adapter stopped answering after \"++savecfg 0\"",
-         "++ver\n++savecfg 0\n++ver\n", 2.1},
+        {0, 12, 0, 13, 1, 0, 1, 1, 99, opening("++addr 12"), "", 0.5},
+        {0, 0, 0, 13, 1, 0, 1, 1, 99, opening("++addr 0"), "", 0.5},
+        {0, 30, 96, 13, 0, 0, 1, 1, 99, opening("++addr 30 96", "++eoi 0"), "", 0.5},
+        // An adapter that resets when its port opens answers only the third "++ver".
+        {0, 12, 0, 13, 1, 0, 1, 3, 99, "++ver\n++ver\n" + opening("++addr 12"), "", 2.55},
+        {0, 31, 0, 13, 1, 0, 1, 1, 9, "", "GPIB address 31 is not one of the adapter's 0 to 30", 0},
+        {0, 32, 0, 13, 1, 0, 1, 1, 9, "", "GPIB address 32 is not one of the adapter's 0 to 30", 0},
+        {1, 12, 0, 13, 1, 0, 1, 1, 9, "", offers, 0},
+        {0, 12, 0, 13, 1, 0x140A, 1, 1, 9, "", offers, 0},
+        {0, 12, 0, 0, 1, 0, 1, 1, 9, "", offers, 0},
+        {0, 12, 0, 13, 1, 0, 0, 1, 9, "", "No such file or directory", 0},
+        {0, 12, 0, 13, 1, 0, 1, 0, 0, ver5,
+         "no reply to ++ver: no Prologix-compatible adapter there", 5.0},
+        {0, 12, 0, 13, 1, 0, 1, 1, 1, "++ver\n++savecfg 0\n++ver\n",
+         "the adapter stopped answering after \"++savecfg 0\"", 2.1},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.error);
+        SCOPED_TRACE(row.error + row.sent);
         Rig rig;
         rig.adapter->can_open = row.opens;
         rig.adapter->ver_from = row.ver_from;
         rig.adapter->ver_upto = row.ver_upto;
-        EXPECT_EQ(rig.driver.ibdev(row.board, row.pad, 0, row.tmo, 1, row.eos), -1);
-        EXPECT_EQ(rig.driver.error(), row.error);
+        const bool opened = row.error.empty();
+        if (opened) rig.adapter->send_at(0, "left by a reset\r\n");
+        EXPECT_EQ(rig.driver.ibdev(row.board, row.pad, row.sad, row.tmo, row.eot, row.eos),
+                  opened ? 1 : -1);
         EXPECT_EQ(rig.adapter->written, row.sent);
+        EXPECT_EQ(rig.driver.error(), row.error);
         EXPECT_NEAR(rig.clock.now(), row.seconds, 0.1);
+        EXPECT_EQ(rig.driver.thread_ibsta(), opened ? CMPL : ERR);
+        EXPECT_TRUE(rig.clock.pauses.empty());  // waiting for bytes is no pause of the protocol
+        if (opened) {
+            EXPECT_EQ(rig.driver.version(), "Prologix GPIB-USB Controller version 6.101");
+            continue;
+        }
         EXPECT_FALSE(rig.adapter->is_open());
-        EXPECT_EQ(rig.driver.thread_ibsta(), ERR);
         EXPECT_EQ(rig.driver.thread_iberr(), row.opens && row.sent.empty() ? 4 : 0);
         EXPECT_EQ(rig.driver.ibwrt(1, "*IDN?", 5), ERR);  // nothing to write to
     }
