@@ -88,11 +88,14 @@ class Scratch {
     static inline std::atomic<int> count_ = 0;
 };
 
-// kelvara-sim serving one instrument while the object lives; `arguments` are split by the shell.
+// kelvara-sim serving one instrument while the object lives; `arguments` are split by the shell,
+// and none start nothing.
 class Simulator {
   public:
     explicit Simulator(const std::string& arguments)
-        : out_(::popen(("echo $$; exec '" KELVARA_SIM_PATH "' " + arguments).c_str(), "re")) {
+        : out_(arguments.empty()
+                   ? nullptr
+                   : ::popen(("echo $$; exec '" KELVARA_SIM_PATH "' " + arguments).c_str(), "re")) {
         // The shell's process id becomes the simulator's; then it prints the device to open.
         char line[256];
         if (out_ && std::fgets(line, sizeof line, out_)) pid_ = std::atoi(line);
@@ -120,6 +123,14 @@ class Simulator {
 
 // The options that reach the instrument at GPIB address 12 through the simulated library.
 inline const std::string kGpib = "--gpib 12 --gpib-library '" KELVARA_SIM_GPIB_PATH "'";
+
+// A curve in the layout the file writer gives, so that it reads back byte for byte.
+inline const std::string kE2eTaz =
+    "Sensor Model:   E2E\r\nSerial Number:  SN-7\r\n"
+    "Data Format:    3      (Ohms vs. Kelvin)\r\nSetPoint Limit: 325.0      (Kelvin)\r\n"
+    "Temperature coefficient:  2 (Positive)\r\nNumber of Breakpoints:   3\r\n\r\n"
+    "No.   Units      Temperature (K)\r\n\r\n"
+    "  1  1.23456         4.200\r\n  2  100.500        77.350\r\n  3  1000.00       300.000\r\n";
 
 // Runs `run` on every row at once: the programs spend their time in the instruments' pauses.
 template <typename Rows, typename Run>

@@ -3,8 +3,6 @@
 // program waits, Ctrl-C of a ten-minute HOX write.
 #include <gtest/gtest.h>
 
-#include <memory>
-
 #include "cli_runner.h"
 
 namespace {
@@ -28,16 +26,16 @@ std::string kor_state() {
     return s + "END\n";
 }
 
+// kelvara-sim's arguments ({state}: a KOR with a 97-point curve), the simulated GPIB library's
+// environment, kelvara-cli's arguments ({dev}: what the simulator serves on), the signal sent 2 s
+// after the start (0: none), exit status, what stderr holds, whether OUT was replaced (otherwise
+// it keeps its old content), bounds of the time taken and the processor's share of it at most
 struct Row {
-    std::string sim;        // kelvara-sim's arguments ({state}: a KOR with a 97-point curve)
-    std::string gpib_env;   // the simulated GPIB library's environment
-    std::string arguments;  // {dev} is what the simulator serves on
-    int signal;             // sent 2 s after the start (0: none)
-    int status;
-    std::string err;   // stderr holds this
-    bool out_written;  // OUT replaced; otherwise it keeps its old content
-    double min_seconds, max_seconds;
-    double cpu_share;  // of the time taken, at most
+    std::string sim, gpib_env, arguments;
+    int signal, status;
+    std::string err;
+    bool out_written;
+    double min_seconds, max_seconds, cpu_share;
 };
 
 const std::string kRead = "read --model ";
@@ -82,24 +80,16 @@ TEST(CliFaults, EndInTimeWithoutBurningTheProcessor) {
         s.put("out.nav", kOld);
         s.put("out.taz", kOld);
         s.put("kor.state", kor_state());
-        s.put("in.taz",
-              "Sensor Model:   E2E\r\nSerial Number:  SN-7\r\nData Format:    3      (Ohms vs. "
-              "Kelvin)\r\nSetPoint Limit: 325.0      (Kelvin)\r\nTemperature coefficient:  2 "
-              "(Positive)\r\nNumber of Breakpoints:   2\r\n\r\nNo.   Units      Temperature "
-              "(K)\r\n\r\n  1  1.23456         4.200\r\n  2  100.500        77.350\r\n");
+        s.put("in.taz", kE2eTaz);
         std::string hox = "HX-1\r\n";
         for (int k = 0; k < 192; ++k) hox += "1.00,100.000\r\n";
         s.put("in.hox", hox);
-        std::unique_ptr<Simulator> sim;
-        std::string arguments = row.arguments;
-        if (!row.sim.empty()) {
-            std::string options = row.sim;
-            if (const auto at = options.find("{state}"); at != std::string::npos)
-                options.replace(at, 7, "'" + s.path("kor.state") + "'");
-            sim = std::make_unique<Simulator>(options);
-            ASSERT_FALSE(sim->device().empty());
-            arguments = sim->put_device(arguments);
-        }
+        std::string options = row.sim;
+        if (const auto at = options.find("{state}"); at != std::string::npos)
+            options.replace(at, 7, "'" + s.path("kor.state") + "'");
+        const Simulator sim(options);
+        ASSERT_EQ(sim.device().empty(), options.empty());
+        const std::string arguments = sim.put_device(row.arguments);
         const CliRun r = s.cli(arguments, row.gpib_env, row.signal, 2.0);
         EXPECT_EQ(r.status, row.status) << r.err;
         EXPECT_NE(r.err.find(row.err), std::string::npos) << r.err;

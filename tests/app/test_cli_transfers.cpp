@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 
 #include "cli_runner.h"
 
@@ -13,13 +12,6 @@ namespace {
 
 using namespace cli_test;
 
-// In the layout the file writer gives, so that a curve reads back byte for byte.
-const std::string kTaz =
-    "Sensor Model:   E2E\r\nSerial Number:  SN-7\r\n"
-    "Data Format:    3      (Ohms vs. Kelvin)\r\nSetPoint Limit: 325.0      (Kelvin)\r\n"
-    "Temperature coefficient:  2 (Positive)\r\nNumber of Breakpoints:   3\r\n\r\n"
-    "No.   Units      Temperature (K)\r\n\r\n"
-    "  1  1.23456         4.200\r\n  2  100.500        77.350\r\n  3  1000.00       300.000\r\n";
 std::string nav(const std::string& name, const std::string& serial,
                 const std::string& interpolation,
                 const std::string& points =
@@ -45,18 +37,18 @@ std::string platinum_back(const std::string& first, const std::string& last) {
 
 enum Link { Pty, Usb, Tcp, Library };
 
+// steps: w: write; r: read back as `back`; l: listed; d: deleted, then not read
 struct Trip {
     std::string model;
     Link link;
     int location;
-    std::string steps;  // w: write; r: read back as `back`; l: listed; d: deleted, then not read
-    std::string in, back = "", write_options = "";
+    std::string steps, in, back = "", write_options = "";
 };
 
 // The last user location of each GPIB model, and the procedures' full round trips.
 std::vector<Trip> trips() {
     std::vector<Trip> t = {
-        {"FEN", Pty, 21, "wr", kTaz, kTaz},
+        {"FEN", Pty, 21, "wr", kE2eTaz, kE2eTaz},
         // The name goes out unpadded, so the serial number follows it on the wire. The catalogue
         // and the delete on a simulator of their own, at the same time.
         {"LUM", Pty, 11, "wr", nav("CLI-TEST", "SN77", "Unknown"),
@@ -68,16 +60,16 @@ std::vector<Trip> trips() {
          "--units-factor 0.001"},
     };
     const std::vector<Trip> models = {
-        {"TAZ", Usb, 60, "wrd", kTaz, kTaz},
-        {"FEN", Usb, 28, "wrld", kTaz, kTaz},
-        {"GIR", Usb, 59, "w", kTaz, kTaz},
-        {"MEP", Usb, 35, "wrld", kTaz, kTaz},
-        {"OBR", Usb, 41, "wrld", kTaz, kTaz},
-        {"PIX", Usb, 41, "w", kTaz, kTaz},
-        {"QUA", Usb, 59, "w", kTaz, kTaz},
-        {"VEM", Usb, 59, "w", kTaz, kTaz},
-        {"WUN", Usb, 20, "w", kTaz, kTaz},
-        {"ZEK", Usb, 59, "w", kTaz, kTaz},
+        {"TAZ", Usb, 60, "wrd", kE2eTaz, kE2eTaz},
+        {"FEN", Usb, 28, "wrld", kE2eTaz, kE2eTaz},
+        {"GIR", Usb, 59, "w", kE2eTaz, kE2eTaz},
+        {"MEP", Usb, 35, "wrld", kE2eTaz, kE2eTaz},
+        {"OBR", Usb, 41, "wrld", kE2eTaz, kE2eTaz},
+        {"PIX", Usb, 41, "w", kE2eTaz, kE2eTaz},
+        {"QUA", Usb, 59, "w", kE2eTaz, kE2eTaz},
+        {"VEM", Usb, 59, "w", kE2eTaz, kE2eTaz},
+        {"WUN", Usb, 20, "w", kE2eTaz, kE2eTaz},
+        {"ZEK", Usb, 59, "w", kE2eTaz, kE2eTaz},
         {"NAV", Usb, 31, "wrld", kNav, nav("CLI-TESTS", "N77", "Unknown")},
         {"KIP", Usb, 15, "wrld", kNav, kNav},
         {"DUN", Usb, 31, "w", kNav, kNav},
@@ -95,19 +87,15 @@ TEST(CliTransfers, WriteReadListDelete) {
     in_parallel(trips(), [](const Trip& row) {
         SCOPED_TRACE(row.model + " " + std::to_string(row.link) + " " + row.write_options);
         Scratch s;
-        std::unique_ptr<Simulator> sim;
-        std::string environment, link = " --model " + row.model + " ";
-        if (row.link == Library) {
-            environment = "KELVARA_SIM_STATE=state KELVARA_SIM_MODEL=" + row.model;
-            link += kGpib;
-        } else {
-            const char* kinds[] = {"", " --prologix", " --prologix-tcp 0"};
-            sim = std::make_unique<Simulator>("--model " + row.model + kinds[row.link]);
-            ASSERT_FALSE(sim->device().empty());
-            const char* options[] = {"--serial ", "--gpib 7 --prologix ",
-                                     "--gpib 7 --prologix-host "};
-            link += options[row.link] + sim->device();
-        }
+        const bool library = row.link == Library;
+        const char* kinds[] = {"", " --prologix", " --prologix-tcp 0"};
+        const Simulator sim(library ? "" : "--model " + row.model + kinds[row.link]);
+        ASSERT_EQ(sim.device().empty(), library);
+        const std::string options[] = {"--serial {dev}", "--gpib 7 --prologix {dev}",
+                                       "--gpib 7 --prologix-host {dev}", kGpib};
+        const std::string link = " --model " + row.model + " " + sim.put_device(options[row.link]);
+        const std::string environment =
+            library ? "KELVARA_SIM_STATE=state KELVARA_SIM_MODEL=" + row.model : "";
         const std::string at = " --location " + std::to_string(row.location) + " ";
         const std::string file = row.in.find("Interpolation") == std::string::npos ? "taz" : "nav";
         s.put("in." + file, row.in);

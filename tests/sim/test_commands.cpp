@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "curve/curve_record.h"
@@ -14,101 +15,68 @@ using kelvara::sim::Instrument;
 
 namespace {
 
-struct Exchange {
-    const char* command;
-    const char* reply;  // without the line end; nullptr for no reply at all
-};
-
+// A step is "command -> reply" (without the line end), or a command that gets no reply at all.
 struct Script {
     const char* title;
     InstrumentModel model;
-    std::vector<Exchange> steps;
+    std::vector<std::string> steps;
     int memory_bytes = 0;  // 0: the model's own
 };
 
-const char* kEmptyHeader = "               ,          ,0,0.000,0";
+const std::string kEmptyHeader = "               ,          ,0,0.000,0";
 
 std::vector<Script> scripts() {
     return {
         {"header and points held as sent: quotes dropped, names cut to 15 and 10, zeros past the "
          "end, nothing kept where the model has no room",
          InstrumentModel::TAZ,
-         {{"CRVDEL 21", nullptr},
-          {"CRVHDR 21,MYCURVE,SN123,2, 375,1", nullptr},
-          {"CRVPT 21,1,0.09062,475.000", nullptr},
-          {"CRVPT 21,2,1.69800,1.400", nullptr},
-          {"CRVHDR? 21", "MYCURVE        ,SN123     ,2,375,1"},
-          {"CRVPT? 21,2", "1.69800,1.400"},
-          {"CRVPT? 21,3", "0.00000,0.000"},
-          {"CRVHDR 22,\"A,B CURVE\",\"SN 9\",3, 800,2;CRVPT 22,1,5,6", nullptr},
-          {"*RST", nullptr},
-          {"CRVHDR? 22;CRVPT? 22,1", "A,B CURVE      ,SN 9      ,3,800,2;5,6"},
-          {"CRVHDR 23,ABCDEFGHIJKLMNOPQRST,0123456789AB,4,40,1", nullptr},
-          {"CRVHDR? 23", "ABCDEFGHIJKLMNO,0123456789,4,40,1"},
-          {"CRVDEL 21;CRVSAV", nullptr},
-          {"CRVHDR? 21", kEmptyHeader},
-          {"CRVPT? 21,1", "0.00000,0.000"},
-          {"CRVHDR 99,X,Y,2,1,1", nullptr},
-          {"CRVHDR? 99", kEmptyHeader},
-          {"CRVPT 24,201,1.0,2.0", nullptr},
-          {"CRVPT? 24,201", "0.00000,0.000"}}},
+         {"CRVDEL 21", "CRVHDR 21,MYCURVE,SN123,2, 375,1", "CRVPT 21,1,0.09062,475.000",
+          "CRVPT 21,2,1.69800,1.400", "CRVHDR? 21 -> MYCURVE        ,SN123     ,2,375,1",
+          "CRVPT? 21,2 -> 1.69800,1.400", "CRVPT? 21,3 -> 0.00000,0.000",
+          "CRVHDR 22,\"A,B CURVE\",\"SN 9\",3, 800,2;CRVPT 22,1,5,6", "*RST",
+          "CRVHDR? 22;CRVPT? 22,1 -> A,B CURVE      ,SN 9      ,3,800,2;5,6",
+          "CRVHDR 23,ABCDEFGHIJKLMNOPQRST,0123456789AB,4,40,1",
+          "CRVHDR? 23 -> ABCDEFGHIJKLMNO,0123456789,4,40,1", "CRVDEL 21;CRVSAV",
+          "CRVHDR? 21 -> " + kEmptyHeader, "CRVPT? 21,1 -> 0.00000,0.000", "CRVHDR 99,X,Y,2,1,1",
+          "CRVHDR? 99 -> " + kEmptyHeader, "CRVPT 24,201,1.0,2.0",
+          "CRVPT? 24,201 -> 0.00000,0.000"}},
         {"unknown commands, and another family's identification, answer nothing",
          InstrumentModel::KIP,
-         {{"XYZZY", nullptr}, {"CRVHDR? 21", nullptr}, {"*IDN?", nullptr}}},
+         {"XYZZY", "CRVHDR? 21", "*IDN?"}},
         {"KOR numbers without a blank; the instrument adds its own first and last pair",
          InstrumentModel::KOR,
-         {{"CURV11,S10PLATINUM1SN0001,0.1,300.0,0.2,200.0*", nullptr},
-          {"ECUR11,0.3,100.0", nullptr},
-          {"CURV? 11",
-           "11,S10PLATINUM1SN0001,N,5,0.00000,000.0,0.1,300.0,0.2,200.0,0.3,100.0,9.99999,000.0"},
-          {"KCUR11", nullptr},
-          {"CURV? 11", "-1,NO CURVE"}}},
+         {"CURV11,S10PLATINUM1SN0001,0.1,300.0,0.2,200.0*", "ECUR11,0.3,100.0",
+          "CURV? 11 -> "
+          "11,S10PLATINUM1SN0001,N,5,0.00000,000.0,0.1,300.0,0.2,200.0,0.3,100.0,9.99999,000.0",
+          "KCUR11", "CURV? 11 -> -1,NO CURVE"}},
         {"NAV keeps a short name unpadded and marks rising temperatures",
          InstrumentModel::NAV,
-         {{"CURV 12,S21DT1SN12,0.5,10.0,0.6,20.0*", nullptr},
-          {"ECUR 12,0.7,30.0", nullptr},
-          {"CURV? 12", "12,S21DT1SN12,P,5,0.00000,000.0,0.5,10.0,0.6,20.0,0.7,30.0,9.99999,000.0"},
-          {"KCUR 12", nullptr},
-          {"CURV? 12", "-1,NO CURVE"}}},
+         {"CURV 12,S21DT1SN12,0.5,10.0,0.6,20.0*", "ECUR 12,0.7,30.0",
+          "CURV? 12 -> 12,S21DT1SN12,P,5,0.00000,000.0,0.5,10.0,0.6,20.0,0.7,30.0,9.99999,000.0",
+          "KCUR 12", "CURV? 12 -> -1,NO CURVE"}},
         {"a full memory refuses points and curves",
          InstrumentModel::NAV,
-         {{"CURV 11,S00A,1,2,3,4*", nullptr},
-          {"FREE?", "16"},
-          {"ECUR 11,5,6", nullptr},
-          {"FREE?", "0"},
-          {"ECUR 11,7,8", nullptr},
-          {"CURV? 11", "11,S00A,P,5,0.00000,000.0,1,2,3,4,5,6,9.99999,000.0"},
-          {"CURV 12,S00B,1,2,3,4*", nullptr},
-          {"CURV? 12", "-1,NO CURVE"}},
+         {"CURV 11,S00A,1,2,3,4*", "FREE? -> 16", "ECUR 11,5,6", "FREE? -> 0", "ECUR 11,7,8",
+          "CURV? 11 -> 11,S00A,P,5,0.00000,000.0,1,2,3,4,5,6,9.99999,000.0",
+          "CURV 12,S00B,1,2,3,4*", "CURV? 12 -> -1,NO CURVE"},
          Instrument::kHeaderBytes + 3 * Instrument::kPointBytes},
         {"XK store, append, read back and erase",
          InstrumentModel::KIP,
-         {{"XD05", "05,19392 BYTES FREE,"},
-          {"XC05,L21THERMOCOUPLEK,0.1,010.0,0.2,020.0*", nullptr},
-          {"XE05,0.3,030.0*", nullptr},
-          {"XD05",
-           "05,L21THERMOCOUPLEK,P,5,0.00000,000.0,0.1,010.0,0.2,020.0,0.3,030.0,9.99999,000.0"},
-          {"XK05*", nullptr},
-          {"XD05", "05,19392 BYTES FREE,"}}},
+         {"XD05 -> 05,19392 BYTES FREE,", "XC05,L21THERMOCOUPLEK,0.1,010.0,0.2,020.0*",
+          "XE05,0.3,030.0*",
+          "XD05 -> "
+          "05,L21THERMOCOUPLEK,P,5,0.00000,000.0,0.1,010.0,0.2,020.0,0.3,030.0,9.99999,000.0",
+          "XK05*", "XD05 -> 05,19392 BYTES FREE,"}},
         {"XK with blanks after the keyword; appending needs a start",
          InstrumentModel::ELK,
-         {{"XC 12, 40NAME     SN,1.00000,300.0,2.00000,100.0*", nullptr},
-          {"XE 12,3.00000,050.0*", nullptr},
-          {"XD 12",
-           "12, 40NAME     SN,N,5,0.00000,000.0,1.00000,300.0,2.00000,100.0,3.00000,050.0,"
-           "9.99999,000.0"},
-          {"XE10,5,6*", nullptr},
-          {"XD10", "10,41904 BYTES FREE,"}}},
+         {"XC 12, 40NAME     SN,1.00000,300.0,2.00000,100.0*", "XE 12,3.00000,050.0*",
+          "XD 12 -> 12, 40NAME     SN,N,5,0.00000,000.0,1.00000,300.0,2.00000,100.0,3.00000,050.0,"
+          "9.99999,000.0",
+          "XE10,5,6*", "XD10 -> 10,41904 BYTES FREE,"}},
         {"HOX grid points, serial number and erase",
          InstrumentModel::HOX,
-         {{"C0.00,475.000", nullptr},
-          {"SIDABCDEFGHIJ", nullptr},
-          {"C?0.00", "475.000"},
-          {"C?0.01", "BAD POINT"},
-          {"SID?", "ABCDEFGH"},
-          {"ERASE!", nullptr},
-          {"C?0.00", "0.000"},
-          {"SID?", ""}}},
+         {"C0.00,475.000", "SIDABCDEFGHIJ", "C?0.00 -> 475.000", "C?0.01 -> BAD POINT",
+          "SID? -> ABCDEFGH", "ERASE!", "C?0.00 -> 0.000", "SID? -> "}},
     };
 }
 
@@ -120,9 +88,10 @@ TEST(Commands, WhatIsWrittenIsHeldAndGivenBack) {
         Instrument instrument(script.model);
         if (script.memory_bytes) instrument.memory_bytes = script.memory_bytes;
         for (const auto& step : script.steps) {
-            SCOPED_TRACE(step.command);
-            EXPECT_EQ(instrument.handle(step.command),
-                      step.reply ? std::string(step.reply) + "\r\n" : "");
+            const auto arrow = step.find(" -> ");
+            EXPECT_EQ(instrument.handle(step.substr(0, arrow)),
+                      arrow == std::string::npos ? "" : step.substr(arrow + 4) + "\r\n")
+                << step;
         }
     }
 }
@@ -173,25 +142,20 @@ TEST(Commands, EveryModelIdentifiesItselfAndKeepsItsFactoryCurves) {
 }
 
 TEST(Commands, CataloguesCutIntoEveryStoredLocationsName) {
-    struct Row {
-        InstrumentModel model;
-        const char* store;
-        int location;
-        const char* name;
-    };
-    const Row rows[] = {
+    // model, what is stored, where, the name the catalogue gives
+    const std::tuple<InstrumentModel, std::string, int, std::string> rows[] = {
         {InstrumentModel::KOR, "CURV11,S10MYCURVE12SN9,1,2,3,4*", 11, "MYCURVE12"},
         {InstrumentModel::NAV, "CURV 21,S10AB,1,2,3,4*", 21, "AB"},
         {InstrumentModel::KIP, "XC07, 21SILICON  D1,0.5,300.0,1.0,77.0*", 7, "SILICON"},
         {InstrumentModel::ELK, "XC30, 21SILICON  D1,0.5,300.0,1.0,77.0*", 30, "SILICON"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.store);
-        Instrument in(row.model);
-        in.handle(row.store);
+    for (const auto& [model, store, location, name] : rows) {
+        SCOPED_TRACE(store);
+        Instrument in(model);
+        in.handle(store);
         // "CUID?": records of number, codes and name, serial, N/P. "XDT": free memory and count,
         // then records of number, two codes, name.
-        const bool xdt = kelvara::profile(row.model).catalogue == kelvara::CatalogueQuery::Xdt;
+        const bool xdt = kelvara::profile(model).catalogue == kelvara::CatalogueQuery::Xdt;
         const std::string reply = in.handle(xdt ? "XDT" : "CUID?");
         EXPECT_LT(reply.size(), 1000u);  // the program reads it into 1000 characters
         const auto f = kelvara::sim::split_fields(reply);
@@ -199,10 +163,10 @@ TEST(Commands, CataloguesCutIntoEveryStoredLocationsName) {
         for (std::size_t i = xdt ? 2 : 0; i + 3 < f.size(); i += 4)
             names[*kelvara::to_int32(f[i])] =
                 kelvara::trim_blanks(xdt ? f[i + 3] : f[i + 1].substr(3));
-        EXPECT_EQ(names.at(row.location), row.name);
+        EXPECT_EQ(names.at(location), name);
         EXPECT_EQ(names.at(0), "DT-470");
         std::size_t stored = 0;
-        for (int l : kelvara::profile(row.model).read_locations) stored += in.curve(l) != nullptr;
+        for (int l : kelvara::profile(model).read_locations) stored += in.curve(l) != nullptr;
         EXPECT_EQ(names.size(), stored);
         if (xdt) {  // the free-memory query drops the first field's last 11 characters
             EXPECT_EQ(kelvara::to_int32(f[0].substr(0, f[0].size() - 11)), in.free_bytes());

@@ -15,6 +15,9 @@ namespace {
 
 using Kind = BusEvent::Kind;
 const std::string kId = "TESSALY,MODEL TAZ,SIM000001,1.0\r\n";
+// A controller at the instrument's address that reads only when asked, EOI marked by EOT.
+const std::string kController =
+    "++mode 1\n++auto 0\n++eot_enable 1\n++eot_char 4\n++read_tmo_ms 1000\n++addr 5\n";
 
 struct Bench {
     VirtualClock clock;
@@ -84,7 +87,7 @@ TEST(PrologixAdapter, CarriesTheInstrumentsFaults) {
         SCOPED_TRACE(faults);
         Bench b;
         ASSERT_TRUE(b.instrument.faults.parse(faults));
-        b.talk("++mode 1\n++auto 0\n++eot_enable 1\n++eot_char 4\n++read_tmo_ms 1000\n++addr 5\n");
+        b.talk(kController);
         std::string out = b.talk("*IDN?\n++read eoi\n", 1.2);
         out += b.talk("++read eoi\n", 0.8);
         EXPECT_EQ(out, read);
@@ -114,7 +117,7 @@ TEST(PrologixAdapter, PacesAndEndsRepliesAsTheLineFaultsSay) {
         SCOPED_TRACE(faults + " after " + std::to_string(seconds));
         Bench b;
         ASSERT_TRUE(b.instrument.faults.parse(faults));
-        b.talk("++mode 1\n++auto 0\n++eot_enable 1\n++eot_char 4\n++read_tmo_ms 1000\n++addr 5\n");
+        b.talk(kController);
         std::string out = b.talk("*IDN?\n++read eoi\n", seconds);
         std::erase(out, '|');
         EXPECT_EQ(out, arrived);
@@ -123,7 +126,7 @@ TEST(PrologixAdapter, PacesAndEndsRepliesAsTheLineFaultsSay) {
     // Hang-up after two command lines: once the second one's reply has gone out.
     Bench b;
     b.instrument.faults.hangup_after = 2;
-    b.talk("++mode 1\n++auto 0\n++eot_enable 1\n++eot_char 4\n++addr 5\n*IDN?\n++read eoi\n");
+    b.talk(kController + "*IDN?\n++read eoi\n");
     b.talk("*IDN?\n");
     EXPECT_FALSE(b.adapter.hung_up());
     EXPECT_EQ(b.talk("++read eoi\n"), kId + "\x04");

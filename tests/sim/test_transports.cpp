@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "link/clock.h"
@@ -71,18 +72,10 @@ struct Bench {
     }
 };
 
-struct Step {
-    const char* command;
-    std::string outcome;
-};
-
-struct FaultRow {
-    const char* faults;  // as given to --faults or KELVARA_SIM_FAULTS
-    Via via;
-    double waited;       // virtual seconds the steps took
-    std::size_t logged;  // command lines that reached the instrument
-    std::vector<Step> steps;
-};
+// The faults as given to --faults or KELVARA_SIM_FAULTS, the way in, virtual seconds the steps
+// took, command lines that reached the instrument, and each step's command and outcome.
+using Steps = std::vector<std::pair<const char*, std::string>>;
+using FaultRow = std::tuple<const char*, Via, double, std::size_t, Steps>;
 
 }  // namespace
 
@@ -95,7 +88,8 @@ TEST(InstrumentFaults, EachFaultShowsOnTheWire) {
         {"split=3", Serial, 0.02, 1, {{"*IDN?", "TESSALY,MOD|EL TAZ,SIM0|00001,1.0"}}},
         {"delay=1.5", Serial, 1.5, 1, {{"*IDN?", kIdentity}}},
         {" split=2, delay=0.5", Serial, 0.51, 1, {{"*IDN?", "TESSALY,MODEL TA|Z,SIM000001,1.0"}}},
-        {"delay=2.5", Gpib, 2.5, 1, {{"*IDN?", kIdentity}}},
+        // A trailing CR LF is no part of the command.
+        {"delay=2.5", Gpib, 2.5, 1, {{"*IDN?\r\n", kIdentity}}},
         {"delay=5", Gpib, 3, 1, {{"*IDN?", "TIMEOUT"}}},
         {"", Gpib, 3, 1, {{"CRVDEL 21", "TIMEOUT"}}},
         {"clear=2", Gpib, 0, 0, {{"clear", "ERR"}, {"clear", "ERR"}, {"clear", ""}}},
@@ -127,14 +121,14 @@ TEST(InstrumentFaults, EachFaultShowsOnTheWire) {
         {"readfail=1", Gpib, 0, 2, {{"*IDN?", kIdentity}, {"*IDN?", "READ ERR"}}},
     };
     // clang-format on
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.faults);
+    for (const auto& [faults, via, waited, logged, steps] : rows) {
+        SCOPED_TRACE(faults);
         Bench bench;
-        ASSERT_TRUE(bench.instrument.faults.parse(row.faults));
-        for (const auto& step : row.steps)
-            EXPECT_EQ(bench.step(row.via, step.command), step.outcome) << step.command;
-        EXPECT_NEAR(bench.clock.now(), row.waited, 0.011);  // the reader looks every 10 ms
-        EXPECT_EQ(bench.instrument.log().size(), row.logged);
+        ASSERT_TRUE(bench.instrument.faults.parse(faults));
+        for (const auto& [command, outcome] : steps)
+            EXPECT_EQ(bench.step(via, command), outcome) << command;
+        EXPECT_NEAR(bench.clock.now(), waited, 0.011);  // the reader looks every 10 ms
+        EXPECT_EQ(bench.instrument.log().size(), logged);
     }
     for (const char* bad : {"loud", "split=x", "delay=-1", "cut=", "silent=1", "split=2,busy=1.5.2",
                             "busy=sometimes", "speed=0", "trickle=0", "noterm=1", "hangup=-1",
@@ -160,19 +154,4 @@ TEST(SimSerialPort, LinesAreCutAtCrOrLfAcrossWritesAndDiscardKeepsWhatIsOnItsWay
     bench.port.discard_input();  // the slow answer is still on its way
     bench.clock.advance(1);
     EXPECT_EQ(bench.port.take_input(), kIdentity + "\r\n");
-}
-
-TEST(SimGpibDriver, OpensOnlyItsAddressAndReadsInPiecesOfTheBufferSize) {
-    Bench bench;
-    EXPECT_LT(SimGpibDriver(bench.instrument, bench.clock, 12).ibdev(0, 5, 0, 13, 1, 0), 0);
-    const std::string command = "*IDN?\r\n";  // a trailing CR LF is not part of the command
-    bench.gpib.ibwrt(bench.ud, command.data(), static_cast<long>(command.size()));
-    const std::string reply = kIdentity + "\r\n";
-    char buffer[80];
-    EXPECT_EQ(bench.gpib.ibrd(bench.ud, buffer, 10), SimGpibDriver::CMPL);  // more to come: no END
-    EXPECT_EQ(std::string(buffer, 10), reply.substr(0, 10));
-    EXPECT_EQ(bench.gpib.ibrd(bench.ud, buffer, 80), SimGpibDriver::CMPL | SimGpibDriver::END);
-    EXPECT_EQ(bench.gpib.thread_ibcntl(), static_cast<long>(reply.size() - 10));
-    EXPECT_EQ(std::string(buffer, reply.size() - 10), reply.substr(10));
-    EXPECT_TRUE(bench.clock.pauses.empty());
 }
