@@ -81,13 +81,7 @@ struct Window {
         return out;
     }
     // Every part of the state a read may change, for "nothing changed" checks.
-    auto state() const {
-        return std::tie(
-            curve.breakpoint_count, curve.data_format, curve.temperature_coefficient,
-            curve.nav_format_code, curve.dun_format_char, curve.sensor_units, curve.temperatures,
-            fields.name, fields.serial_number, fields.data_format.selected, fields.setpoint_text,
-            fields.setpoint_list.selected, fields.interpolation.selected, fields.thermocouple);
-    }
+    auto state() const { return std::tie(curve, fields); }
 };
 
 // A three-point curve with every header field set, for any model.
