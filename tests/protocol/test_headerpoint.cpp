@@ -104,11 +104,9 @@ TEST_P(Wire, LinesTerminatorsAndPauses) {
     for (auto [l, was] :
          {std::pair{&rig.picks.write, &before.write}, std::pair{&rig.picks.remove, &before.remove},
           std::pair{&rig.picks.read, &before.read}}) {
-        if (row.entry.empty()) {
-            EXPECT_EQ(l->entries, was->entries);
-        } else {
-            EXPECT_EQ(l->text(), script(row.entry, n).front());  // read back into the lists
-        }
+        // Read back into the lists after a write or delete.
+        EXPECT_EQ(row.entry.empty() ? l->entries : Log{l->text()},
+                  row.entry.empty() ? was->entries : script(row.entry, n));
     }
     ASSERT_EQ(rig.curve.breakpoint_count, row.points_after);
     const bool read = row.run == R && row.message.empty();
@@ -180,9 +178,9 @@ TEST(WriteBusy, PollsUntilReadyAtMostNinetyTimes) {
         EXPECT_NEAR(rig.clock.total_paused(), 0.6 + 1.0 + 0.1 + polls * 1.1, 1e-9);
         EXPECT_EQ(Log(ev.end() - 2, ev.end()), script("CRVHDR? 21|0.1"));
         EXPECT_EQ(rig.progress.labels.size(), 3u + polls);
-        if (polls == 2) {  // the label blinks: blank after the last percentage, then this
-            EXPECT_EQ(rig.progress.labels.back(), kWaitingForInstrument);
-        }
+        // The label blinks: blank after the last percentage, then this.
+        EXPECT_EQ(polls == 2 ? rig.progress.labels.back() : kWaitingForInstrument,
+                  kWaitingForInstrument);
     }
 }
 
@@ -233,9 +231,7 @@ TEST(Catalogue, EntryTextsForEachQueryKind) {
             ASSERT_GE(find_entry_by_number(rig.picks.read, location), 0) << location;
             for (const ListField* l : {&rig.picks.read, &rig.picks.write, &rig.picks.remove}) {
                 const int at = find_entry_by_number(*l, location);
-                if (at >= 0) {
-                    EXPECT_EQ(l->entries[at], text);
-                }
+                EXPECT_EQ(at < 0 ? text : l->entries[at], text);
             }
         }
         for (const ListField* l : {&rig.picks.read, &rig.picks.write, &rig.picks.remove})

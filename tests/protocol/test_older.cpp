@@ -112,9 +112,7 @@ TEST(OlderDelete, EraseLineWaitAndBareNumberInTheLists) {
         const std::string bare = messages.empty() ? std::to_string(location) : named;
         for (ListField* list : {&rig.picks.read, &rig.picks.write, &rig.picks.remove}) {
             EXPECT_EQ(list->entries[find_entry_by_number(*list, location)], bare);
-            if (messages.empty()) {
-                EXPECT_EQ(list->selected, 0);
-            }
+            EXPECT_EQ(messages.empty() ? list->selected : 0, 0);
         }
     }
 }
@@ -195,19 +193,17 @@ TEST(OlderRead, ReplyCutting) {
             continue;
         }
         EXPECT_TRUE(rig.prompts.shown.empty());
-        EXPECT_EQ(rig.header.interpolation.text(), row.interpolation);
-        EXPECT_EQ(rig.header.setpoint_list.text(), row.setpoint);
-        EXPECT_EQ(rig.header.name, row.name);
-        EXPECT_EQ(rig.header.serial_number, row.serial);
-        EXPECT_EQ(rig.header.thermocouple, row.thermocouple);
+        EXPECT_EQ(
+            std::tuple(rig.header.interpolation.text(), rig.header.setpoint_list.text(),
+                       rig.header.name, rig.header.serial_number, rig.header.thermocouple),
+            std::tie(row.interpolation, row.setpoint, row.name, row.serial, row.thermocouple));
         ASSERT_EQ(rig.curve.breakpoint_count, row.points);
         EXPECT_EQ(std::pair(rig.curve.sensor_units[0], rig.curve.temperatures[0]), row.first);
         EXPECT_EQ(rig.curve.sensor_units[row.points], UNUSED_POINT);
         EXPECT_EQ(rig.views.graphs + rig.views.grids, 2);
         // The thermocouple character is remembered for the next write.
-        if (row.model == KIP) {
-            EXPECT_EQ(rig.transfer.thermocouple_char, row.thermocouple ? "9" : "5");
-        }
+        const std::string remembered = row.thermocouple ? "9" : "5";
+        EXPECT_EQ(row.model == KIP ? rig.transfer.thermocouple_char : remembered, remembered);
     }
 }
 
@@ -250,10 +246,8 @@ TEST(OlderHox, ReadTakesTheSerialAndOneTemperaturePerGridPoint) {
     EXPECT_EQ(Log(ev.begin(), ev.begin() + 4), script("SID?|3.1|C?0.00|0.6", "", "\r\n"));
     EXPECT_EQ(Log(ev.end() - 2, ev.end()), script("C?5.60|0.6", "", "\r\n"));
     EXPECT_EQ(rig.curve.breakpoint_count, 192);
-    EXPECT_EQ(rig.curve.temperatures[0], 325.125);
-    EXPECT_EQ(rig.curve.temperatures[1], 0.0);
-    EXPECT_EQ(rig.curve.temperatures[100], 12.5);
-    EXPECT_EQ(rig.curve.temperatures[191], 12.5);
+    const auto& t = rig.curve.temperatures;
+    EXPECT_EQ((std::vector{t[0], t[1], t[100], t[191]}), (std::vector{325.125, 0.0, 12.5, 12.5}));
     EXPECT_DOUBLE_EQ(rig.curve.sensor_units[191], 5.6);
     EXPECT_EQ(rig.prompts.texts(), (Log{"Bad data point: abc"}));
 }

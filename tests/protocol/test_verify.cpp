@@ -113,22 +113,19 @@ TEST_P(Verify, ReadsBackAndSaysWhatDiffers) {
     ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done)
         << ::testing::PrintToString(rig.prompts.texts());
     if (row.line_dies_after_write) rig.sim.faults.hangup_after = rig.sim.commands_received() + 1;
-    const CurveRecord curve = rig.curve;
-    const HeaderFields header = rig.header;
-    const PickLists picks = rig.picks;
-    const std::size_t shown = rig.prompts.shown.size();
+    // The read-back is the check's own: the window keeps its curve, fields and lists, and the
+    // read's messages are the check's to report.
+    const auto window = [&] {
+        return std::tuple(rig.curve, rig.header, rig.picks.read, rig.prompts.shown.size());
+    };
+    const auto before = window();
 
     const CurveCheck check = verify_last_write(rig.session);
 
     EXPECT_EQ(check.outcome, row.outcome);
     EXPECT_EQ(check.outcome == ReadFailed ? Log{check.failure} : check.differences, row.lines);
     EXPECT_EQ(rig.setup.interface == NONE, row.line_dies_after_write);
-    // The read-back is the check's own: the window keeps its curve, fields and lists, and the
-    // read's messages are the check's to report.
-    EXPECT_EQ(rig.curve, curve);
-    EXPECT_EQ(rig.header, header);
-    EXPECT_EQ(rig.picks.read, picks.read);
-    EXPECT_EQ(rig.prompts.shown.size(), shown);
+    EXPECT_EQ(window(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, Verify, ::testing::ValuesIn(kVerifyRows));
@@ -239,12 +236,11 @@ TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
         << ::testing::PrintToString(backup_report_lines(saved));
     EXPECT_EQ(names_in(folder.path / "new"), row.files);
     std::ifstream summary(folder / "new/backup.txt");
-    std::string model, id;
-    std::getline(summary, model);
-    std::getline(summary, model);
-    std::getline(summary, id);
-    EXPECT_EQ(model, "Model: " + std::string(designation(row.model)));
-    EXPECT_EQ(id, "Identification: " + rig.sim.identity());
+    Log head(3);
+    for (std::string& line : head) std::getline(summary, line);
+    EXPECT_EQ(Log(head.begin() + 1, head.end()),
+              (Log{"Model: " + std::string(designation(row.model)),
+                   "Identification: " + rig.sim.identity()}));
 
     std::vector<int> all = row.locations;
     if (row.unscaled >= 0) all.push_back(row.unscaled);
