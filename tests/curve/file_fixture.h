@@ -52,9 +52,11 @@ class Scratch {
     bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
 
   private:
-    std::filesystem::path dir_ = std::filesystem::temp_directory_path() /
-                                 ("kelvara-curve-" + std::to_string(::getpid()) + "-" +
-                                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::path dir_ =
+        std::filesystem::temp_directory_path() /
+        replace_all("kelvara-" + std::to_string(::getpid()) + "-" +
+                        ::testing::UnitTest::GetInstance()->current_test_info()->name(),
+                    "/", "-");
 };
 
 // The window's state for a model right after start-up.
