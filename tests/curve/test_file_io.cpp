@@ -195,49 +195,45 @@ std::vector<std::string> leftovers(const Scratch& dir) {
 enum class Output { Plain, Folder, FullDisk, LinkLoop, Fifo, ReadOnly };
 
 TEST(FileReasons, EveryFailedWriteSaysWhy) {
-    struct Row {
-        const char* file;
-        Output output;
-        std::string reason;
-        const char* setpoint = "475";
-        FileCommandResult result = FileCommandResult::Failed;
+    constexpr auto Failed = FileCommandResult::Failed;
+    // clang-format off
+    const std::tuple<const char*, Output, std::string, const char*, FileCommandResult> rows[] = {
+        // File, what is there, reason, setpoint limit, result.
+        {"no/x.taz", Output::Plain, "No such file or directory", "475", Failed},
+        {"folder.taz", Output::Folder, "Is a directory", "475", Failed},
+        {"full.taz", Output::FullDisk, "No space left on device", "475", Failed},
+        {"loop.taz", Output::LinkLoop, "Too many levels of symbolic links", "475", Failed},
+        {"pipe.taz", Output::Fifo, "No such device or address", "475", Failed},  // nobody reads the pipe
+        {"read-only.taz", Output::ReadOnly, "Permission denied", "475", Failed},
+        {"x.taz", Output::Plain, "the setpoint limit is empty", " ", Failed},
+        {"x.tza", Output::Plain, "the setpoint limit 'abc' is not a number", "abc", Failed},
+        {"x.nav", Output::Plain, "model TAZ uses only .TAZ and .TZA files", "475", FileCommandResult::WrongType},
     };
-    const Row rows[] = {
-        {"no/x.taz", Output::Plain, "No such file or directory"},
-        {"folder.taz", Output::Folder, "Is a directory"},
-        {"full.taz", Output::FullDisk, "No space left on device"},
-        {"loop.taz", Output::LinkLoop, "Too many levels of symbolic links"},
-        {"pipe.taz", Output::Fifo, "No such device or address"},  // nobody reads the pipe
-        {"read-only.taz", Output::ReadOnly, "Permission denied"},
-        {"x.taz", Output::Plain, "the setpoint limit is empty", " "},
-        {"x.tza", Output::Plain, "the setpoint limit 'abc' is not a number", "abc"},
-        {"x.nav", Output::Plain, "model TAZ uses only .TAZ and .TZA files", "475",
-         FileCommandResult::WrongType},
-    };
+    // clang-format on
     Scratch dir;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.file);
-        const std::string path = dir.path(row.file);
-        if (row.output == Output::Folder) fs::create_directory(path);
-        if (row.output == Output::FullDisk) fs::create_symlink("/dev/full", path);
-        if (row.output == Output::LinkLoop) {
+    for (const auto& [file, output, expected, setpoint, result] : rows) {
+        SCOPED_TRACE(file);
+        const std::string path = dir.path(file);
+        if (output == Output::Folder) fs::create_directory(path);
+        if (output == Output::FullDisk) fs::create_symlink("/dev/full", path);
+        if (output == Output::LinkLoop) {
             fs::create_symlink("loop2.taz", path);
             fs::create_symlink("loop.taz", dir.path("loop2.taz"));
         }
-        ASSERT_TRUE(row.output != Output::Fifo || ::mkfifo(path.c_str(), 0600) == 0);
-        if (row.output == Output::ReadOnly) {
+        ASSERT_TRUE(output != Output::Fifo || ::mkfifo(path.c_str(), 0600) == 0);
+        if (output == Output::ReadOnly) {
             if (::geteuid() == 0) continue;  // the superuser writes read-only files
-            dir.put(row.file, "old");
+            dir.put(file, "old");
             fs::permissions(path, fs::perms::owner_read);
         }
         Window w = small_curve(M::TAZ);
-        w.fields.setpoint_text = row.setpoint;
+        w.fields.setpoint_text = setpoint;
         RecordingPrompts prompts;
         std::string reason;
-        EXPECT_EQ(write_curve_file(path, M::TAZ, w.curve, w.fields, prompts, &reason), row.result);
-        EXPECT_EQ(reason, row.reason);
-        EXPECT_TRUE(row.output != Output::Plain || !fs::exists(path));
-        EXPECT_EQ(row.output == Output::ReadOnly ? dir.get(row.file) : "old", "old");
+        EXPECT_EQ(write_curve_file(path, M::TAZ, w.curve, w.fields, prompts, &reason), result);
+        EXPECT_EQ(reason, expected);
+        EXPECT_TRUE(output != Output::Plain || !fs::exists(path));
+        EXPECT_EQ(output == Output::ReadOnly ? dir.get(file) : "old", "old");
     }
     EXPECT_EQ(leftovers(dir), std::vector<std::string>{});
 }
