@@ -134,42 +134,38 @@ TEST(Files, HoxAlwaysWritesTheWholeGrid) {
 // Tabs around a name or serial number are the user's: every writer keeps them and the readers
 // trim only blanks. A negative value that rounds to zero keeps its "-" in every layout.
 TEST(Files, TabsStayAndTinyNegativesKeepTheirSign) {
-    struct Row {
-        M model;
-        const char* file;
-        std::vector<std::string> lines;  // each must be a whole line of the file
-        std::string name_back, serial_back;
-        double temperature_back;  // of -0.0000001
-    };
+    // Model, file, lines (each must be a whole line of the file), and what reads back: name,
+    // serial number, temperature of -0.0000001.
+    using Back = std::tuple<std::string, std::string, double>;
     const double tiny = -0.0000001;
     // clang-format off
-    const std::vector<Row> rows = {
-        {M::TAZ, "t.taz", {"Sensor Model:   \t N \t", "Serial Number:   \tS1\t ", "SetPoint Limit: -0.0      (Kelvin)", "  1  -1.00000e-07   -1.00000e-07"}, "\t N \t", "\tS1\t", tiny},
-        {M::TAZ, "t.tza", {"Name: \t N \t", "Serial number:  \tS1\t ", "Limit: -.00", "Point 1: -.000000,-0.000"}, "\t N \t", "\tS1\t", 0},
-        {M::NAV, "t.nav", {"Sensor Model:   \t N \t", "Serial Number:   \tS1\t ", "  1  -0.00000       -1.00000e-07"}, "\t N \t", "\tS1\t", tiny},
-        {M::DUN, "t.dun", {"XC06,S29\t N \t     \tS1\t ,-0.00000,-.0,0.50000,77.40*"}, "\t N \t    ", " \tS1\t ", 0},
-        {M::HOX, "t.hox", {" \tS1\t ", "-0.00,-.000", "0.50, 77.350"}, "", " \tS1\t ", UNUSED_POINT},
+    const std::tuple<M, const char*, std::vector<std::string>, Back> rows[] = {
+        {M::TAZ, "t.taz", {"Sensor Model:   \t N \t", "Serial Number:   \tS1\t ", "SetPoint Limit: -0.0      (Kelvin)", "  1  -1.00000e-07   -1.00000e-07"}, {"\t N \t", "\tS1\t", tiny}},
+        {M::TAZ, "t.tza", {"Name: \t N \t", "Serial number:  \tS1\t ", "Limit: -.00", "Point 1: -.000000,-0.000"}, {"\t N \t", "\tS1\t", 0}},
+        {M::NAV, "t.nav", {"Sensor Model:   \t N \t", "Serial Number:   \tS1\t ", "  1  -0.00000       -1.00000e-07"}, {"\t N \t", "\tS1\t", tiny}},
+        {M::DUN, "t.dun", {"XC06,S29\t N \t     \tS1\t ,-0.00000,-.0,0.50000,77.40*"}, {"\t N \t    ", " \tS1\t ", 0}},
+        {M::HOX, "t.hox", {" \tS1\t ", "-0.00,-.000", "0.50, 77.350"}, {"", " \tS1\t ", UNUSED_POINT}},
     };
     // clang-format on
     Scratch dir;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.file);
-        Window w = small_curve(row.model);
+    for (const auto& [model, file, lines, expected] : rows) {
+        SCOPED_TRACE(file);
+        Window w = small_curve(model);
         w.fields.name = "\t N \t";
         w.fields.serial_number = " \tS1\t ";
         w.fields.setpoint_text = "-0.001";
         w.fields.thermocouple = true;
         w.set_points({{tiny, tiny}, {0.5, 77.35}});
         RecordingPrompts prompts;
-        ASSERT_EQ(write_from(w, dir.path(row.file), prompts), Done);
-        const std::string text = "\r\n" + dir.get(row.file);
-        for (const auto& line : row.lines)
+        ASSERT_EQ(write_from(w, dir.path(file), prompts), Done);
+        const std::string text = "\r\n" + dir.get(file);
+        for (const auto& line : lines)
             EXPECT_NE(text.find("\r\n" + line + "\r\n"), std::string::npos) << line;
-        Window back(row.model);
-        ASSERT_EQ(read_into(back, dir.path(row.file), prompts), Done);
+        Window back(model);
+        ASSERT_EQ(read_into(back, dir.path(file), prompts), Done);
         // -0.0000001 comes back as written; in a .HOX file "-.000" is an empty slot.
-        EXPECT_EQ(std::tie(back.fields.name, back.fields.serial_number, back.curve.temperatures[0]),
-                  std::tie(row.name_back, row.serial_back, row.temperature_back));
+        EXPECT_EQ(Back(back.fields.name, back.fields.serial_number, back.curve.temperatures[0]),
+                  expected);
         EXPECT_EQ(prompts.texts(), std::vector<std::string>{});
     }
 }

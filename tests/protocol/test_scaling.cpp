@@ -43,10 +43,8 @@ TEST(Scaling, CodeAtEachThresholdAndTheDialogRows) {
 }
 
 TEST(Scaling, DefaultsAppliedToTheTransferCopyOnly) {
-    struct Row {
-        const char* what;
-        std::vector<std::pair<double, double>> curve, sent;
-    };
+    using Points = std::vector<std::pair<double, double>>;
+    using Row = std::tuple<const char*, Points, Points>;  // what, the curve, what is sent
     // clang-format off
     const std::vector<Row> rows = {
         {"code 1: (u + 45) x 0.1, temperatures halved", {{-40, 10}, {-35, 100}, {-31, 400}}, {{0.5, 5}, {1.0, 50}, {1.4, 200}}},
@@ -55,18 +53,18 @@ TEST(Scaling, DefaultsAppliedToTheTransferCopyOnly) {
         {"code 6: log10, zero stays zero", {{0, 300}, {10, 100}, {10000, 4}}, {{0, 300}, {1, 100}, {4, 4}}},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
+    for (const auto& [what, curve, sent] : rows) {
+        SCOPED_TRACE(what);
         Rig rig(InstrumentModel::ELK);
-        rig.load_curve(row.curve);
+        rig.load_curve(curve);
         const CurveRecord before = rig.curve;
         choose_scaling(rig.session);
         ASSERT_EQ(rig.transfer.transfer_units.size(), 98u);
-        for (size_t i = 0; i < row.sent.size(); ++i) {
-            EXPECT_NEAR(rig.transfer.transfer_units[i], row.sent[i].first, 1e-12);
-            EXPECT_NEAR(rig.transfer.transfer_temperatures[i], row.sent[i].second, 1e-12);
+        for (size_t i = 0; i < sent.size(); ++i) {
+            EXPECT_NEAR(rig.transfer.transfer_units[i], sent[i].first, 1e-12);
+            EXPECT_NEAR(rig.transfer.transfer_temperatures[i], sent[i].second, 1e-12);
         }
-        EXPECT_EQ(rig.transfer.transfer_units[row.sent.size()], 0.0);  // beyond the curve: zeros
+        EXPECT_EQ(rig.transfer.transfer_units[sent.size()], 0.0);  // beyond the curve: zeros
         EXPECT_EQ(rig.curve.sensor_units, before.sensor_units);
         EXPECT_EQ(rig.curve.temperatures, before.temperatures);
     }
