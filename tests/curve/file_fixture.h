@@ -52,9 +52,11 @@ class Scratch {
     bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
 
   private:
-    std::filesystem::path dir_ = std::filesystem::temp_directory_path() /
-                                 ("kelvara-curve-" + std::to_string(::getpid()) + "-" +
-                                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::path dir_ =
+        std::filesystem::temp_directory_path() /
+        replace_all("kelvara-" + std::to_string(::getpid()) + "-" +
+                        ::testing::UnitTest::GetInstance()->current_test_info()->name(),
+                    "/", "-");
 };
 
 // The window's state for a model right after start-up.
@@ -81,13 +83,7 @@ struct Window {
         return out;
     }
     // Every part of the state a read may change, for "nothing changed" checks.
-    auto state() const {
-        return std::tie(
-            curve.breakpoint_count, curve.data_format, curve.temperature_coefficient,
-            curve.nav_format_code, curve.dun_format_char, curve.sensor_units, curve.temperatures,
-            fields.name, fields.serial_number, fields.data_format.selected, fields.setpoint_text,
-            fields.setpoint_list.selected, fields.interpolation.selected, fields.thermocouple);
-    }
+    auto state() const { return std::tie(curve, fields); }
 };
 
 // A three-point curve with every header field set, for any model.

@@ -27,30 +27,19 @@ struct CommaDecimal : std::numpunct<char> {
 };
 
 TEST(FormatNoLocale, PictureRules) {
+    // Rounding carries into the exponent; integer digits are never dropped; half up on the decimal
+    // the value was written as; a negative value keeps its minus sign when it rounds to zero, a
+    // negative zero has none.
+    // clang-format off
     const std::tuple<double, const char*, const char*> rows[] = {
-        {5, "0000.00", "0005.00"},
-        {0.0123, "0.00000e-00", "1.23000e-02"},
-        {123, "0.00000e-00", "1.23000e02"},
-        {0.5, "0.00000e-#0", "5.00000e-1"},
-        {123, "0.00000E+00", "1.23000E+02"},
-        {0.0123, "0.00000E+00", "1.23000E-02"},
-        {9.9999996, "0.00000e-00", "1.00000e01"},  // rounding carries into the exponent
-        {0, "###", ""},
-        {7, "  #", "  7"},
-        {375, "###0.0#", "375.0"},
-        {375.25, "###0.0#", "375.25"},
-        {12345, "####.00", "12345.00"},  // integer digits are never dropped
-        {2.675, "0.00", "2.68"},         // half up on the decimal the value was written as
-        {-2.675, "0.00", "-2.68"},
-        // A negative value keeps its minus sign when it rounds to zero; a negative zero has none.
-        {UNUSED_POINT, "###.000", "-.000"},
-        {-0.0000001, ".000000", "-.000000"},
-        {-0.0000001, "0.00", "-0.00"},
-        {-0.004, "###.0", "-.0"},
-        {-0.0, "0.00", "0.00"},
-        {-0.0, ".000000", ".000000"},
-        {0.9999996, ".000000", "1.000000"},
+        {5, "0000.00", "0005.00"}, {0.0123, "0.00000e-00", "1.23000e-02"}, {123, "0.00000e-00", "1.23000e02"},
+        {0.5, "0.00000e-#0", "5.00000e-1"}, {123, "0.00000E+00", "1.23000E+02"}, {0.0123, "0.00000E+00", "1.23000E-02"},
+        {9.9999996, "0.00000e-00", "1.00000e01"}, {0, "###", ""}, {7, "  #", "  7"}, {375, "###0.0#", "375.0"},
+        {375.25, "###0.0#", "375.25"}, {12345, "####.00", "12345.00"}, {2.675, "0.00", "2.68"}, {-2.675, "0.00", "-2.68"},
+        {UNUSED_POINT, "###.000", "-.000"}, {-0.0000001, ".000000", "-.000000"}, {-0.0000001, "0.00", "-0.00"},
+        {-0.004, "###.0", "-.0"}, {-0.0, "0.00", "0.00"}, {-0.0, ".000000", ".000000"}, {0.9999996, ".000000", "1.000000"},
     };
+    // clang-format on
     std::locale saved = std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));
     for (const auto& [value, picture, expected] : rows) {
         SCOPED_TRACE(std::string(picture) + " " + std::to_string(value));
@@ -82,17 +71,16 @@ TEST(CodePage, Windows1252BothWays) {
 }
 
 TEST(PictureChoosers, Thresholds) {
+    const auto U = format_sensor_units, T = format_temperature, W = format_temperature_wun;
+    // clang-format off
     const std::tuple<std::string (*)(double), double, const char*> rows[] = {
-        {format_sensor_units, -0.25, "-.250000"},   {format_sensor_units, 0.999994, ".999994"},
-        {format_sensor_units, 0.999995, "1.00000"}, {format_sensor_units, 9.99994, "9.99994"},
-        {format_sensor_units, 9.999996, "10.0000"}, {format_sensor_units, 99.9995, "100.000"},
-        {format_sensor_units, 999.995, "1000.00"},  {format_sensor_units, 9999.95, "10000.0"},
-        {format_sensor_units, 99999.5, "100000."},  {format_temperature, -1.5, "-1.50000e00"},
-        {format_temperature, 0, "0.00000"},         {format_temperature, 77.35, "77.3500"},
-        {format_temperature, 300, "300.000"},       {format_temperature, 1500, "1500.00"},
-        {format_temperature_wun, 0, "0.00000e0"},   {format_temperature_wun, 0.01, "1.00000e-2"},
-        {format_temperature_wun, 1, "1.00000"},     {format_temperature_wun, -1.5, "-1.50000e00"},
+        {U, -0.25, "-.250000"}, {U, 0.999994, ".999994"}, {U, 0.999995, "1.00000"}, {U, 9.99994, "9.99994"},
+        {U, 9.999996, "10.0000"}, {U, 99.9995, "100.000"}, {U, 999.995, "1000.00"}, {U, 9999.95, "10000.0"},
+        {U, 99999.5, "100000."}, {T, -1.5, "-1.50000e00"}, {T, 0, "0.00000"}, {T, 77.35, "77.3500"},
+        {T, 300, "300.000"}, {T, 1500, "1500.00"}, {W, 0, "0.00000e0"}, {W, 0.01, "1.00000e-2"},
+        {W, 1, "1.00000"}, {W, -1.5, "-1.50000e00"},
     };
+    // clang-format on
     for (const auto& [chooser, value, expected] : rows) {
         SCOPED_TRACE(std::to_string(value));
         EXPECT_EQ(chooser(value), expected);
@@ -158,14 +146,13 @@ TEST(HeaderFields, StartUpStateOfRepresentativeModels) {
         HeaderFields f = HeaderFields::for_model(model);
         EXPECT_EQ(f.data_format.entries, combo1);
         EXPECT_EQ(f.data_format.selected, 0);
-        EXPECT_EQ(f.data_format.visible, !older && model != M::HOX);
-        EXPECT_EQ(f.name_visible, model != M::HOX);
-        EXPECT_EQ(f.setpoint_text_visible, !older && model != M::HOX);
-        EXPECT_EQ(f.setpoint_list.visible, older);
-        EXPECT_EQ(f.thermocouple_visible, older);
+        const bool shown = !older && model != M::HOX;
+        EXPECT_EQ(
+            std::tuple(f.data_format.visible, f.name_visible, f.setpoint_text_visible,
+                       f.setpoint_list.visible, f.thermocouple_visible, f.interpolation.visible),
+            std::tuple(shown, model != M::HOX, shown, older, older, interpolation_visible));
         EXPECT_EQ(f.data_format_caption,
                   older ? "Data Conversion To/From Instrument" : "Data Format");
-        EXPECT_EQ(f.interpolation.visible, interpolation_visible);
         EXPECT_EQ(f.setpoint_shown(), older ? "325" : "");
         EXPECT_EQ(f.interpolation.text(), interpolation);
     }

@@ -79,24 +79,17 @@ TEST(EditHistory, KeystrokesOfOneFieldMakeOneStep) {
 
 TEST(EditHistory, KeepsTheNewestStepsUpToItsLimit) {
     EditHistory h(3);
+    EXPECT_FALSE(h.modified());
+    EXPECT_TRUE(h.record(state(5), "Cell Edit"));  // an edit before any reset is unsaved
+    EXPECT_TRUE(h.modified());
+    EXPECT_FALSE(h.can_undo());
     h.reset(state(0));
     for (int i = 1; i <= 6; ++i) h.record(state(i), "Cell Edit");
     int undone = 0;
-    while (h.can_undo()) {
-        h.undo();
-        ++undone;
-    }
+    for (; h.can_undo(); ++undone) h.undo();
     EXPECT_EQ(undone, 3);
     EXPECT_EQ(h.current().curve.temperatures[0], 3);
     EXPECT_TRUE(h.modified());  // the state the file holds has fallen out of the history
-}
-
-TEST(EditHistory, AnEditBeforeAnyResetIsUnsaved) {
-    EditHistory h;
-    EXPECT_FALSE(h.modified());
-    EXPECT_TRUE(h.record(state(5), "Cell Edit"));
-    EXPECT_TRUE(h.modified());
-    EXPECT_FALSE(h.can_undo());
 }
 
 }  // namespace

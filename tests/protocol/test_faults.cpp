@@ -36,15 +36,6 @@ struct FaultRow {
 };
 
 const std::string P = kProblemTalking, N = kNoCurvePresent;
-const std::string kReadStop = kReadCancelled;
-const std::string kLocation21 =
-    "Deleting cancelled. Curve location 21 in the instrument may now hold a partial curve.";
-const std::string kNav11 =
-    "Writing cancelled. Curve location 11 in the instrument may now hold a partial curve.";
-const std::string kHoxPartial = "Writing cancelled. The instrument may now hold a partial curve.";
-const std::string kNothingYet = "Writing cancelled before anything was sent to the instrument.";
-const std::string kXdtProblem = "Problem talking to instrument, XDT command.";
-
 using enum Proc;
 // clang-format off
 const FaultRow kRows[] = {
@@ -58,7 +49,7 @@ const FaultRow kRows[] = {
     {TAZ, GPIB, Read, "readfail=3", -1, P, FAILED, true, 0.3, 0.31},
     {TAZ, GPIB, Read, "cut=3", -1, P, FAILED, false, 10.3, 10.31},
     {TAZ, GPIB, Read, "after=3,noterm", -1, P, FAILED, false, 10.3, 10.31},
-    {TAZ, GPIB, Read, "", 3, kReadStop, CANCELLED, true, 0.1, 0.11},
+    {TAZ, GPIB, Read, "", 3, kReadCancelled, CANCELLED, true, 0.1, 0.11},
     {FEN, RS232, Read, "after=2,trickle=1", -1, P, FAILED, false, 2.6, 20},
     // Header/point writes: erase, header, points, then (TAZ) "CRVSAV" and "BUSY?" polling.
     {TAZ, RS232, Write, "hangup=4", -1, P, FAILED, true, 0.3, 0.31},
@@ -69,7 +60,7 @@ const FaultRow kRows[] = {
     // Header/point deletes.
     {TAZ, RS232, Delete, "hangup=2", -1, P, FAILED, true, 1.0, 1.01},
     {TAZ, GPIB, Delete, "busy=forever", -1, kNotConfirmedSaved, FAILED, false, 100.2, 100.3},
-    {TAZ, RS232, Delete, "", 2, kLocation21, CANCELLED, true, 0, 0.01},
+    {TAZ, RS232, Delete, "", 2, "Deleting cancelled. Curve location 21 in the instrument may now hold a partial curve.", CANCELLED, true, 0, 0.01},
     {OBR, GPIB, Delete, "after=2,garbage", -1, P, FAILED, false, 0.6, 0.61},
     // Header/point catalogue: one "CRVHDR?" per location.
     {TAZ, RS232, Catalogue, "cut=5", -1, P, FAILED, false, 11.5, 11.52},
@@ -86,22 +77,22 @@ const FaultRow kRows[] = {
     {KOR, RS232, Read, "hangup=1", -1, P, FAILED, true, 0, 0.01},
     {KOR, RS232, Write, "", -1, kNothingSent, FAILED, false, 0, 0.01, 1},
     {NAV, GPIB, Write, "readfail=2", -1, P, FAILED, true, 0.4, 0.41},
-    {NAV, RS232, Write, "", 3, kNav11, CANCELLED, true, 0.6, 0.61},
+    {NAV, RS232, Write, "", 3, "Writing cancelled. Curve location 11 in the instrument may now hold a partial curve.", CANCELLED, true, 0.6, 0.61},
     {NAV, RS232, Delete, "hangup=1", -1, P, FAILED, true, 0, 0.01},
     {LUM, RS232, Catalogue, "cut=1", -1, P, FAILED, false, 11.1, 11.12},
     // XK/XC/XE/XD.
     {KIP, RS232, Write, "", -1, kNothingSent, FAILED, false, 0, 0.01, 1},
-    {KIP, RS232, Write, "", 0, kNothingYet, CANCELLED, true, 0, 0.01},
+    {KIP, RS232, Write, "", 0, "Writing cancelled before anything was sent to the instrument.", CANCELLED, true, 0, 0.01},
     {ELK, RS232, Write, "cut=1", -1, P, FAILED, false, 16, 16.02},
     {DUN, GPIB, Read, "readfail=1", -1, P, FAILED, true, 0.1, 0.11},
     {KIP, RS232, Read, "after=1,trickle=0.5", -1, P, FAILED, false, 2.6, 20},
-    {KIP, RS232, Catalogue, "cut=1", -1, kXdtProblem, FAILED, false, 16, 16.02},
+    {KIP, RS232, Catalogue, "cut=1", -1, "Problem talking to instrument, XDT command.", FAILED, false, 16, 16.02},
     {ELK, GPIB, Delete, "writefail=1", -1, P, FAILED, true, 0, 0.01},
     // HOX: "SID?", then one "C?" per grid point; a write erases, then stores 192 points.
     {HOX, RS232, Read, "cut=10", -1, P, FAILED, false, 18.5, 18.52},
     {HOX, RS232, Read, "after=3,noterm", -1, P, FAILED, false, 14.3, 14.32},
     {HOX, RS232, Write, "hangup=3", -1, P, FAILED, true, 23.2, 23.21},
-    {HOX, RS232, Write, "", 3, kHoxPartial, CANCELLED, true, 20.1, 20.11},
+    {HOX, RS232, Write, "", 3, "Writing cancelled. The instrument may now hold a partial curve.", CANCELLED, true, 20.1, 20.11},
     {HOX, RS232, Delete, "hangup=1", -1, P, FAILED, true, 0, 0.01},
     // Through a GPIB adapter: the device or connection closing is a dead line; an instrument
     // that never asserts EOI, or reads that bring nothing, are silence (the adapter reports no
@@ -119,7 +110,7 @@ const FaultRow kRows[] = {
     {TAZ, ADAPTER, Catalogue, "after=2,garbage", -1, P, FAILED, false, 0.2, 0.25},
     {NAV, ADAPTER, Read, "speed=2400", -1, "", DONE, false, 5.8, 6.5, 3, 97},
     {KIP, ADAPTER, Delete, "hangup=1", -1, P, FAILED, true, 0, 0.01},
-    {DUN, ADAPTER, Read, "", 2, kReadStop, CANCELLED, true, 0, 0.01},
+    {DUN, ADAPTER, Read, "", 2, kReadCancelled, CANCELLED, true, 0, 0.01},
 };
 // clang-format on
 

@@ -104,11 +104,9 @@ TEST_P(Wire, LinesTerminatorsAndPauses) {
     for (auto [l, was] :
          {std::pair{&rig.picks.write, &before.write}, std::pair{&rig.picks.remove, &before.remove},
           std::pair{&rig.picks.read, &before.read}}) {
-        if (row.entry.empty()) {
-            EXPECT_EQ(l->entries, was->entries);
-        } else {
-            EXPECT_EQ(l->text(), script(row.entry, n).front());  // read back into the lists
-        }
+        // Read back into the lists after a write or delete.
+        EXPECT_EQ(row.entry.empty() ? l->entries : Log{l->text()},
+                  row.entry.empty() ? was->entries : script(row.entry, n));
     }
     ASSERT_EQ(rig.curve.breakpoint_count, row.points_after);
     const bool read = row.run == R && row.message.empty();
@@ -120,13 +118,10 @@ TEST_P(Wire, LinesTerminatorsAndPauses) {
 INSTANTIATE_TEST_SUITE_P(Procedures, Wire, ::testing::ValuesIn(kWireRows));
 
 TEST(WriteHeader, FieldRules) {
-    struct Row {
-        std::string name, serial, setpoint;
-        const char* format;  // entry to select; nullptr: none
-        std::vector<std::pair<double, double>> points;
-        std::string sent;
-        int coefficient;
-    };
+    // Name, serial number, setpoint, the format entry selected (nullptr: none), the points, the
+    // header fields sent, the temperature coefficient.
+    using Row = std::tuple<std::string, std::string, std::string, const char*,
+                           std::vector<std::pair<double, double>>, std::string, int>;
     const auto V = "Volts vs. Kelvin", O = "Ohms vs. Kelvin";
     // clang-format off
     const std::vector<Row> rows = {
@@ -142,25 +137,25 @@ TEST(WriteHeader, FieldRules) {
         {"N", "S", "1", nullptr, {{1, 2}, {2, 3}}, "N,S,0, 1,2", 2},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.sent);
+    for (const auto& [name, serial, setpoint, format, points, sent, coefficient] : rows) {
+        SCOPED_TRACE(sent);
         Rig rig(TAZ);
-        rig.load_curve(row.points);
+        rig.load_curve(points);
         rig.curve.temperature_coefficient = 0;
-        rig.header.name = row.name;
-        rig.header.serial_number = row.serial;
-        rig.header.setpoint_text = row.setpoint;
-        rig.header.data_format.selected = row.format ? rig.header.data_format.find(row.format) : -1;
+        rig.header.name = name;
+        rig.header.serial_number = serial;
+        rig.header.setpoint_text = setpoint;
+        rig.header.data_format.selected = format ? rig.header.data_format.find(format) : -1;
         rig.connect(RS232);
         Rig::pick(rig.picks.write, 21);
         write_curve_to_taz(rig.session);
         ASSERT_GE(rig.clock.events.size(), 3u);
-        EXPECT_EQ(rig.clock.events[2], "CRVHDR 21," + row.sent + "\r\n");
+        EXPECT_EQ(rig.clock.events[2], "CRVHDR 21," + sent + "\r\n");
         // The window keeps the full texts; empty ones show what was sent.
-        EXPECT_EQ(rig.header.name, row.name.empty() ? "no name" : row.name);
-        EXPECT_EQ(rig.header.serial_number, row.serial.empty() ? "no number" : row.serial);
-        EXPECT_EQ(rig.curve.temperature_coefficient, row.coefficient);
-        EXPECT_EQ(rig.prompts.texts(), row.format ? Log{} : Log{kFormatZeroWarning});
+        EXPECT_EQ(rig.header.name, name.empty() ? "no name" : name);
+        EXPECT_EQ(rig.header.serial_number, serial.empty() ? "no number" : serial);
+        EXPECT_EQ(rig.curve.temperature_coefficient, coefficient);
+        EXPECT_EQ(rig.prompts.texts(), format ? Log{} : Log{kFormatZeroWarning});
     }
 }
 
@@ -180,22 +175,17 @@ TEST(WriteBusy, PollsUntilReadyAtMostNinetyTimes) {
         EXPECT_NEAR(rig.clock.total_paused(), 0.6 + 1.0 + 0.1 + polls * 1.1, 1e-9);
         EXPECT_EQ(Log(ev.end() - 2, ev.end()), script("CRVHDR? 21|0.1"));
         EXPECT_EQ(rig.progress.labels.size(), 3u + polls);
-        if (polls == 2) {  // the label blinks: blank after the last percentage, then this
-            EXPECT_EQ(rig.progress.labels.back(), kWaitingForInstrument);
-        }
+        // The label blinks: blank after the last percentage, then this.
+        EXPECT_EQ(polls == 2 ? rig.progress.labels.back() : kWaitingForInstrument,
+                  kWaitingForInstrument);
     }
 }
 
 TEST(Catalogue, EntryTextsForEachQueryKind) {
-    struct Row {
-        InstrumentModel model;
-        Interface interface;
-        const char* query;
-        std::string reply;
-        Log first_events;
-        size_t pauses;
-        std::vector<std::pair<int, std::string>> entries;  // location, text in every list
-    };
+    // Model, bus, the query scripted ("": the instrument answers), its reply, the first two
+    // events, the number of pauses, and locations with the text each has in every list.
+    using Row = std::tuple<InstrumentModel, Interface, const char*, std::string, Log, size_t,
+                           std::vector<std::pair<int, std::string>>>;
     // clang-format off
     const std::vector<Row> rows = {
         // One query per location; an empty location gives the number, " - " and blanks.
@@ -215,27 +205,25 @@ TEST(Catalogue, EntryTextsForEachQueryKind) {
         {ELK, RS232, "XDT", "1234,z,1,a", {"XDT\r\n", "pause 6"}, 1, {{1, "1"}}},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.reply);
-        Rig rig(row.model);
+    for (const auto& [model, bus, query, reply, first_events, pauses, entries] : rows) {
+        SCOPED_TRACE(reply);
+        Rig rig(model);
         // The other locations of a scripted catalogue answer as empty ones do.
-        if (std::string(row.query).starts_with("CRVHDR?"))
+        if (std::string(query).starts_with("CRVHDR?"))
             rig.answer("CRVHDR?", {"               ,          ,0,0.000,0"}, true);
-        if (*row.query) rig.answer(row.query, {row.reply});
-        rig.connect(row.interface);
-        rig.sim.faults.silent = *row.query;  // only the scripted reply, if there is one
+        if (*query) rig.answer(query, {reply});
+        rig.connect(bus);
+        rig.sim.faults.silent = *query;  // only the scripted reply, if there is one
         rig.picks.read.selected = rig.picks.write.selected = rig.picks.remove.selected = 2;
         grab_curve_names(rig.session);
-        EXPECT_EQ(Log(rig.clock.events.begin(), rig.clock.events.begin() + 2), row.first_events);
-        EXPECT_EQ(rig.clock.pauses.size(), row.pauses);
+        EXPECT_EQ(Log(rig.clock.events.begin(), rig.clock.events.begin() + 2), first_events);
+        EXPECT_EQ(rig.clock.pauses.size(), pauses);
         EXPECT_TRUE(rig.prompts.shown.empty());
-        for (const auto& [location, text] : row.entries) {
+        for (const auto& [location, text] : entries) {
             ASSERT_GE(find_entry_by_number(rig.picks.read, location), 0) << location;
             for (const ListField* l : {&rig.picks.read, &rig.picks.write, &rig.picks.remove}) {
                 const int at = find_entry_by_number(*l, location);
-                if (at >= 0) {
-                    EXPECT_EQ(l->entries[at], text);
-                }
+                EXPECT_EQ(at < 0 ? text : l->entries[at], text);
             }
         }
         for (const ListField* l : {&rig.picks.read, &rig.picks.write, &rig.picks.remove})

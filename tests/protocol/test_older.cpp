@@ -20,14 +20,10 @@ const char* end_of(Interface bus) {
 }
 
 TEST(OlderWrite, CommandLinesWaitsAndMemoryStops) {
-    struct Row {
-        const char* what;
-        InstrumentModel model;
-        Interface bus;
-        int location, points;
-        Log free;  // "FREE?" or "XDT" answers in turn
-        std::string log, messages;
-    };
+    // What, model, bus, location, points, "FREE?" or "XDT" answers in turn, the lines and waits,
+    // the messages.
+    using Row = std::tuple<const char*, InstrumentModel, Interface, int, int, Log, std::string,
+                           std::string>;
     // A name of 12 characters and a serial of 8 go out as 9 and 6; setpoint 1273 is "9", the
     // checked thermocouple box "9".
     const std::string h = "99ABCDEFGHI123456,0.10000,300.0,0.25000,275.0*";
@@ -65,23 +61,23 @@ TEST(OlderWrite, CommandLinesWaitsAndMemoryStops) {
          "XE04,1.66000,003.6*|0.75|XDT|6", ""},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
-        Rig rig(row.model);
-        if (!row.free.empty()) {  // otherwise the simulated instrument has room
-            rig.answer("FREE?", row.free);
-            rig.answer("XDT", row.free);
+    for (const auto& [what, model, bus, location, points, room, log, messages] : rows) {
+        SCOPED_TRACE(what);
+        Rig rig(model);
+        if (!room.empty()) {  // otherwise the simulated instrument has room
+            rig.answer("FREE?", room);
+            rig.answer("XDT", room);
         }
-        rig.connect(row.bus);
-        rig.load_curve({kDiode.begin(), kDiode.begin() + row.points});
+        rig.connect(bus);
+        rig.load_curve({kDiode.begin(), kDiode.begin() + points});
         rig.header.name = "ABCDEFGHIJKL";
         rig.header.serial_number = "12345678";
         rig.header.setpoint_list.selected = rig.header.setpoint_list.find("1273");
         rig.header.thermocouple = true;
-        Rig::pick(rig.picks.write, row.location);
+        Rig::pick(rig.picks.write, location);
         run_write_transfer(rig.session);
-        EXPECT_EQ(rig.clock.events, script(row.log, "", end_of(row.bus)));
-        EXPECT_EQ(rig.prompts.texts(), script(row.messages));
+        EXPECT_EQ(rig.clock.events, script(log, "", end_of(bus)));
+        EXPECT_EQ(rig.prompts.texts(), script(messages));
         EXPECT_TRUE(rig.scaling.codes.empty());  // diode volts below 10 go out as they are
     }
 }
@@ -112,9 +108,7 @@ TEST(OlderDelete, EraseLineWaitAndBareNumberInTheLists) {
         const std::string bare = messages.empty() ? std::to_string(location) : named;
         for (ListField* list : {&rig.picks.read, &rig.picks.write, &rig.picks.remove}) {
             EXPECT_EQ(list->entries[find_entry_by_number(*list, location)], bare);
-            if (messages.empty()) {
-                EXPECT_EQ(list->selected, 0);
-            }
+            EXPECT_EQ(messages.empty() ? list->selected : 0, 0);
         }
     }
 }
@@ -146,48 +140,42 @@ TEST(OlderWrite, XkHeaderFieldCodes) {
 }
 
 TEST(OlderRead, ReplyCutting) {
-    struct Row {
-        const char* what;
-        InstrumentModel model;
-        Interface bus;
-        int location;
-        std::string log, reply;  // reply "": silent
-        std::string interpolation, setpoint, name, serial;
-        bool thermocouple;
-        int points;  // -1: "No curve present." and the open curve stays
-        std::pair<double, double> first;
-    };
+    // Interpolation, setpoint, name, serial number, thermocouple box the read leaves.
+    using Header = std::tuple<std::string, std::string, std::string, std::string, bool>;
+    // What, model, location, command line and wait, reply ("": silent), header, points (-1: "No
+    // curve present." and the open curve stays), first point.
     // clang-format off
-    const std::vector<Row> rows = {
-        {"count 5 gives pairs 2 to 4; code 7 leaves the setpoint list", KOR, RS232, 11, "CURV? 11|1.1",
+    const std::tuple<const char*, InstrumentModel, int, std::string, std::string, Header, int, std::pair<double, double>> rows[] = {
+        {"count 5 gives pairs 2 to 4; code 7 leaves the setpoint list", KOR, 11, "CURV? 11|1.1",
          "11,S79DT-470   SN1234,N,5,0.0,999.0,0.1,400.0,0.5,300.0,1.0,100.0,9.0,0.0",
-         "Unknown", "475", "DT-470   ", "SN1234", true, 3, {0.1, 400.0}},
-        {"THERMOCOUPLE gives TCOUPLE and the last three characters", KOR, RS232, 11, "CURV? 11|1.1",
-         "11,S90THERMOCOUPLE-E12,P,4,0,0,-8.5,3.2,-2.25,77.4,0,0", "Unknown", "1273", "TCOUPLE", "E12", false, 2, {-8.5, 3.2}},
-        {"two-digit location, interpolation code", KIP, RS232, 5, "XD05|0.6", "05,L05TYPE-K   AB12,N,4,0,0,1.5,10,2.5,20,0,0",
-         "Lagrangian", "325", "TYPE-K   ", "AB12", false, 2, {1.5, 10.0}},
-        {"a blank selects Straight Line", KIP, RS232, 5, "XD05|0.6", "05, 79THERMOCOUPLE123,P,3,0,0,-3.5,30,0,0",
-         "Straight Line", "475", "TCOUPLE", "123", true, 1, {-3.5, 30.0}},
-        {"reply for another curve", LUM, RS232, 11, "CURV? 11|0.6", "12,S00X,N,3,0,0,1,1,0,0", "", "", "", "", false, -1, {}},
-        {"silent instrument", LUM, RS232, 0, "CURV? 0|0.6", "", "", "", "", "", false, -1, {}},
-        {"a memory line instead of a curve", DUN, RS232, 9, "XD09|0.6", "09,12000 BYTES FREE,", "", "", "", "", false, -1, {}},
+         {"Unknown", "475", "DT-470   ", "SN1234", true}, 3, {0.1, 400.0}},
+        {"THERMOCOUPLE gives TCOUPLE and the last three characters", KOR, 11, "CURV? 11|1.1",
+         "11,S90THERMOCOUPLE-E12,P,4,0,0,-8.5,3.2,-2.25,77.4,0,0", {"Unknown", "1273", "TCOUPLE", "E12", false}, 2, {-8.5, 3.2}},
+        {"two-digit location, interpolation code", KIP, 5, "XD05|0.6", "05,L05TYPE-K   AB12,N,4,0,0,1.5,10,2.5,20,0,0",
+         {"Lagrangian", "325", "TYPE-K   ", "AB12", false}, 2, {1.5, 10.0}},
+        {"a blank selects Straight Line", KIP, 5, "XD05|0.6", "05, 79THERMOCOUPLE123,P,3,0,0,-3.5,30,0,0",
+         {"Straight Line", "475", "TCOUPLE", "123", true}, 1, {-3.5, 30.0}},
+        {"reply for another curve", LUM, 11, "CURV? 11|0.6", "12,S00X,N,3,0,0,1,1,0,0", {}, -1, {}},
+        {"silent instrument", LUM, 0, "CURV? 0|0.6", "", {}, -1, {}},
+        {"a memory line instead of a curve", DUN, 9, "XD09|0.6", "09,12000 BYTES FREE,", {}, -1, {}},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
-        Rig rig(row.model);
-        if (!row.reply.empty()) rig.answer(row.log.substr(0, row.log.find('|')), {row.reply});
-        rig.connect(row.bus);
+    for (const auto& [what, model, location, log, reply, header, points, first] : rows) {
+        SCOPED_TRACE(what);
+        const bool thermocouple = std::get<4>(header);
+        Rig rig(model);
+        if (!reply.empty()) rig.answer(log.substr(0, log.find('|')), {reply});
+        rig.connect(RS232);
         rig.sim.faults.silent = true;  // only the scripted reply
         rig.load_curve(kDiode);
         rig.header.name = "KEEP";
         rig.header.setpoint_list.selected = rig.header.setpoint_list.find("475");
-        rig.header.thermocouple = !row.thermocouple;
+        rig.header.thermocouple = !thermocouple;
         rig.header.interpolation.selected = 0;
-        Rig::pick(rig.picks.read, row.location);
+        Rig::pick(rig.picks.read, location);
         run_read_transfer(rig.session);
-        EXPECT_EQ(rig.clock.events, script(row.log, "", end_of(row.bus)));
-        if (row.points < 0) {
+        EXPECT_EQ(rig.clock.events, script(log, "", "\r\n"));
+        if (points < 0) {
             EXPECT_EQ(rig.prompts.texts(), Log{"No curve present."});
             EXPECT_EQ(rig.curve.breakpoint_count, 10);
             EXPECT_EQ(rig.header.name, "KEEP");
@@ -195,19 +183,16 @@ TEST(OlderRead, ReplyCutting) {
             continue;
         }
         EXPECT_TRUE(rig.prompts.shown.empty());
-        EXPECT_EQ(rig.header.interpolation.text(), row.interpolation);
-        EXPECT_EQ(rig.header.setpoint_list.text(), row.setpoint);
-        EXPECT_EQ(rig.header.name, row.name);
-        EXPECT_EQ(rig.header.serial_number, row.serial);
-        EXPECT_EQ(rig.header.thermocouple, row.thermocouple);
-        ASSERT_EQ(rig.curve.breakpoint_count, row.points);
-        EXPECT_EQ(std::pair(rig.curve.sensor_units[0], rig.curve.temperatures[0]), row.first);
-        EXPECT_EQ(rig.curve.sensor_units[row.points], UNUSED_POINT);
+        EXPECT_EQ(Header(rig.header.interpolation.text(), rig.header.setpoint_list.text(),
+                         rig.header.name, rig.header.serial_number, rig.header.thermocouple),
+                  header);
+        ASSERT_EQ(rig.curve.breakpoint_count, points);
+        EXPECT_EQ(std::pair(rig.curve.sensor_units[0], rig.curve.temperatures[0]), first);
+        EXPECT_EQ(rig.curve.sensor_units[points], UNUSED_POINT);
         EXPECT_EQ(rig.views.graphs + rig.views.grids, 2);
         // The thermocouple character is remembered for the next write.
-        if (row.model == KIP) {
-            EXPECT_EQ(rig.transfer.thermocouple_char, row.thermocouple ? "9" : "5");
-        }
+        const std::string remembered = thermocouple ? "9" : "5";
+        EXPECT_EQ(model == KIP ? rig.transfer.thermocouple_char : remembered, remembered);
     }
 }
 
@@ -250,10 +235,8 @@ TEST(OlderHox, ReadTakesTheSerialAndOneTemperaturePerGridPoint) {
     EXPECT_EQ(Log(ev.begin(), ev.begin() + 4), script("SID?|3.1|C?0.00|0.6", "", "\r\n"));
     EXPECT_EQ(Log(ev.end() - 2, ev.end()), script("C?5.60|0.6", "", "\r\n"));
     EXPECT_EQ(rig.curve.breakpoint_count, 192);
-    EXPECT_EQ(rig.curve.temperatures[0], 325.125);
-    EXPECT_EQ(rig.curve.temperatures[1], 0.0);
-    EXPECT_EQ(rig.curve.temperatures[100], 12.5);
-    EXPECT_EQ(rig.curve.temperatures[191], 12.5);
+    const auto& t = rig.curve.temperatures;
+    EXPECT_EQ((std::vector{t[0], t[1], t[100], t[191]}), (std::vector{325.125, 0.0, 12.5, 12.5}));
     EXPECT_DOUBLE_EQ(rig.curve.sensor_units[191], 5.6);
     EXPECT_EQ(rig.prompts.texts(), (Log{"Bad data point: abc"}));
 }

@@ -62,9 +62,8 @@ Traffic round_trip(InstrumentModel model, Bus bus) {
         EXPECT_EQ(rig.header.name + rig.header.serial_number, "RT-CURVED12345");
         EXPECT_EQ(rig.curve.temperature_coefficient, 1);  // temperatures fall as the units rise
         EXPECT_EQ(rig.header.setpoint_shown(), rig.header.setpoint_text_visible ? "325.5" : "800");
-        if (rig.header.data_format.visible) {
-            EXPECT_EQ(rig.header.data_format.text(), "Ohms vs. Kelvin");
-        }
+        const ListField& format = rig.header.data_format;
+        EXPECT_EQ(format.visible ? format.text() : "Ohms vs. Kelvin", "Ohms vs. Kelvin");
         grab_curve_names(rig.session);
         for (const ListField* l : {&rig.picks.read, &rig.picks.write, &rig.picks.remove})
             EXPECT_NE(l->entries[find_entry_by_number(*l, location)].find("RT-CURVE"),

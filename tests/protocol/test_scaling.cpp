@@ -9,53 +9,42 @@ namespace kelvara::test {
 namespace {
 
 TEST(Scaling, CodeAtEachThresholdAndTheDialogRows) {
-    struct Row {
-        double first, last;
-        int code;  // 0: sent unscaled, no dialog
-        bool offset_row, factor_box, temperature_row;
-        const char *offset, *factor_label, *factor, *temperature;
-    };
+    // First and last units, the code (0: sent unscaled, no dialog), and the dialog's rows: offset
+    // shown and its text, factor box shown, factor label and text, temperature row and text.
+    using Rows = std::tuple<bool, std::string, bool, std::string, std::string, bool, std::string>;
     // clang-format off
-    const std::vector<Row> rows = {
-        {-30.01, 5, 1, true, true, true, "45", "Multiply", "0.1", "0.5"},
-        {-30.0, 5, 2, true, true, false, "15", "Multiply", "0.1", ""},
-        {-0.001, 5, 2, true, true, false, "15", "Multiply", "0.1", ""},
-        {0, 9.99, 0, false, false, false, "", "", "", ""},
-        {0, 10, 3, false, true, false, "", "Multiply", "0.03", ""},
-        {1, 199.99, 3, false, true, false, "", "Multiply", "0.03", ""},
-        {1, 200, 4, false, true, false, "", "Multiply", "0.01", ""},
-        {1, 599.99, 4, false, true, false, "", "Multiply", "0.01", ""},
-        {1, 600, 5, false, true, false, "", "Multiply", "0.001", ""},
-        {1, 5999.99, 5, false, true, false, "", "Multiply", "0.001", ""},
-        {1, 6000, 6, false, false, false, "", "Log", "", ""},
+    const std::vector<std::tuple<double, double, int, Rows>> rows = {
+        {-30.01, 5, 1, {true, "45", true, "Multiply", "0.1", true, "0.5"}},
+        {-30.0, 5, 2, {true, "15", true, "Multiply", "0.1", false, ""}},
+        {-0.001, 5, 2, {true, "15", true, "Multiply", "0.1", false, ""}},
+        {0, 9.99, 0, {false, "", false, "Multiply", "", false, ""}},
+        {0, 10, 3, {false, "", true, "Multiply", "0.03", false, ""}},
+        {1, 199.99, 3, {false, "", true, "Multiply", "0.03", false, ""}},
+        {1, 200, 4, {false, "", true, "Multiply", "0.01", false, ""}},
+        {1, 599.99, 4, {false, "", true, "Multiply", "0.01", false, ""}},
+        {1, 600, 5, {false, "", true, "Multiply", "0.001", false, ""}},
+        {1, 5999.99, 5, {false, "", true, "Multiply", "0.001", false, ""}},
+        {1, 6000, 6, {false, "", false, "Log", "", false, ""}},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        SCOPED_TRACE("first " + general_text(row.first) + ", last " + general_text(row.last));
+    for (const auto& [first, last, code, expected] : rows) {
+        SCOPED_TRACE("first " + general_text(first) + ", last " + general_text(last));
         Rig rig(InstrumentModel::NAV);
-        rig.load_curve({{row.first, 10}, {(row.first + row.last) / 2, 20}, {row.last, 30}});
+        rig.load_curve({{first, 10}, {(first + last) / 2, 20}, {last, 30}});
         rig.transfer.scaling_code = 99;
         choose_scaling(rig.session);
-        EXPECT_EQ(rig.scaling.codes, row.code ? std::vector<int>{row.code} : std::vector<int>{});
-        EXPECT_EQ(rig.transfer.scaling_code, row.code ? row.code : 99);  // unscaled: left alone
-        const ScalingRows r = scaling_rows(row.code);
-        EXPECT_EQ(r.offset_row, row.offset_row);
-        EXPECT_EQ(r.offset_text, row.offset);
-        EXPECT_EQ(r.factor_box, row.factor_box);
-        if (row.code != 0) {
-            EXPECT_EQ(r.factor_label, row.factor_label);
-        }
-        EXPECT_EQ(r.factor_text, row.factor);
-        EXPECT_EQ(r.temperature_row, row.temperature_row);
-        EXPECT_EQ(r.temperature_text, row.temperature);
+        EXPECT_EQ(rig.scaling.codes, code ? std::vector<int>{code} : std::vector<int>{});
+        EXPECT_EQ(rig.transfer.scaling_code, code ? code : 99);  // unscaled: left alone
+        const ScalingRows r = scaling_rows(code);
+        EXPECT_EQ(Rows(r.offset_row, r.offset_text, r.factor_box, r.factor_label, r.factor_text,
+                       r.temperature_row, r.temperature_text),
+                  expected);
     }
 }
 
 TEST(Scaling, DefaultsAppliedToTheTransferCopyOnly) {
-    struct Row {
-        const char* what;
-        std::vector<std::pair<double, double>> curve, sent;
-    };
+    using Points = std::vector<std::pair<double, double>>;
+    using Row = std::tuple<const char*, Points, Points>;  // what, the curve, what is sent
     // clang-format off
     const std::vector<Row> rows = {
         {"code 1: (u + 45) x 0.1, temperatures halved", {{-40, 10}, {-35, 100}, {-31, 400}}, {{0.5, 5}, {1.0, 50}, {1.4, 200}}},
@@ -64,18 +53,18 @@ TEST(Scaling, DefaultsAppliedToTheTransferCopyOnly) {
         {"code 6: log10, zero stays zero", {{0, 300}, {10, 100}, {10000, 4}}, {{0, 300}, {1, 100}, {4, 4}}},
     };
     // clang-format on
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
+    for (const auto& [what, curve, sent] : rows) {
+        SCOPED_TRACE(what);
         Rig rig(InstrumentModel::ELK);
-        rig.load_curve(row.curve);
+        rig.load_curve(curve);
         const CurveRecord before = rig.curve;
         choose_scaling(rig.session);
         ASSERT_EQ(rig.transfer.transfer_units.size(), 98u);
-        for (size_t i = 0; i < row.sent.size(); ++i) {
-            EXPECT_NEAR(rig.transfer.transfer_units[i], row.sent[i].first, 1e-12);
-            EXPECT_NEAR(rig.transfer.transfer_temperatures[i], row.sent[i].second, 1e-12);
+        for (size_t i = 0; i < sent.size(); ++i) {
+            EXPECT_NEAR(rig.transfer.transfer_units[i], sent[i].first, 1e-12);
+            EXPECT_NEAR(rig.transfer.transfer_temperatures[i], sent[i].second, 1e-12);
         }
-        EXPECT_EQ(rig.transfer.transfer_units[row.sent.size()], 0.0);  // beyond the curve: zeros
+        EXPECT_EQ(rig.transfer.transfer_units[sent.size()], 0.0);  // beyond the curve: zeros
         EXPECT_EQ(rig.curve.sensor_units, before.sensor_units);
         EXPECT_EQ(rig.curve.temperatures, before.temperatures);
     }

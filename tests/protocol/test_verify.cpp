@@ -2,12 +2,12 @@
 // serves a curve that is not written, and a backup put back must leave the instrument as it was.
 // Every family on both buses against the simulator, on the virtual clock.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <map>
 
+#include "../curve/file_fixture.h"
 #include "protocol/backup.h"
 #include "protocol/kcur_shared.h"
 #include "protocol/verify.h"
@@ -19,6 +19,7 @@ namespace {
 using enum InstrumentModel;
 using enum CheckOutcome;
 namespace fs = std::filesystem;
+using testing_support::Scratch;
 
 // The window's curve for a model: six points (a platinum resistor for the KIP, so that its
 // write scales the ohms by 1/100; temperatures below 1 K for the WUN); the HOX's 192 grid
@@ -113,22 +114,19 @@ TEST_P(Verify, ReadsBackAndSaysWhatDiffers) {
     ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done)
         << ::testing::PrintToString(rig.prompts.texts());
     if (row.line_dies_after_write) rig.sim.faults.hangup_after = rig.sim.commands_received() + 1;
-    const CurveRecord curve = rig.curve;
-    const HeaderFields header = rig.header;
-    const PickLists picks = rig.picks;
-    const std::size_t shown = rig.prompts.shown.size();
+    // The read-back is the check's own: the window keeps its curve, fields and lists, and the
+    // read's messages are the check's to report.
+    const auto window = [&] {
+        return std::tuple(rig.curve, rig.header, rig.picks.read, rig.prompts.shown.size());
+    };
+    const auto before = window();
 
     const CurveCheck check = verify_last_write(rig.session);
 
     EXPECT_EQ(check.outcome, row.outcome);
     EXPECT_EQ(check.outcome == ReadFailed ? Log{check.failure} : check.differences, row.lines);
     EXPECT_EQ(rig.setup.interface == NONE, row.line_dies_after_write);
-    // The read-back is the check's own: the window keeps its curve, fields and lists, and the
-    // read's messages are the check's to report.
-    EXPECT_EQ(rig.curve, curve);
-    EXPECT_EQ(rig.header, header);
-    EXPECT_EQ(rig.picks.read, picks.read);
-    EXPECT_EQ(rig.prompts.shown.size(), shown);
+    EXPECT_EQ(window(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, Verify, ::testing::ValuesIn(kVerifyRows));
@@ -169,15 +167,6 @@ TEST(Compare, OpenCurveAgainstALocationAsAWriteWouldSendIt) {
 
 namespace kelvara::test {
 namespace {
-
-// A folder of its own for each test, removed afterwards.
-struct Folder {
-    fs::path path = fs::temp_directory_path() /
-                    ("kelvara-backup-" + std::to_string(::getpid()) + "-" + std::to_string(next++));
-    ~Folder() { fs::remove_all(path); }
-    std::string operator/(const std::string& name) const { return (path / name).string(); }
-    static inline int next = 0;
-};
 
 Log names_in(const fs::path& folder) {
     Log out;
@@ -232,19 +221,19 @@ TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
         rig.sim.store(row.unscaled, ohms);
     }
     const auto before = user_curves(rig);
-    Folder folder;
+    Scratch dir;
+    const std::string folder = dir.path("new");
 
-    const BackupReport saved = back_up_curves(rig.session, folder / "new", "2024-05-06 07:08:09");
+    const BackupReport saved = back_up_curves(rig.session, folder, "2024-05-06 07:08:09");
     EXPECT_EQ(saved.result, TransferResult::Done)
         << ::testing::PrintToString(backup_report_lines(saved));
-    EXPECT_EQ(names_in(folder.path / "new"), row.files);
-    std::ifstream summary(folder / "new/backup.txt");
-    std::string model, id;
-    std::getline(summary, model);
-    std::getline(summary, model);
-    std::getline(summary, id);
-    EXPECT_EQ(model, "Model: " + std::string(designation(row.model)));
-    EXPECT_EQ(id, "Identification: " + rig.sim.identity());
+    EXPECT_EQ(names_in(folder), row.files);
+    std::ifstream summary(folder + "/backup.txt");
+    Log head(3);
+    for (std::string& line : head) std::getline(summary, line);
+    EXPECT_EQ(Log(head.begin() + 1, head.end()),
+              (Log{"Model: " + std::string(designation(row.model)),
+                   "Identification: " + rig.sim.identity()}));
 
     std::vector<int> all = row.locations;
     if (row.unscaled >= 0) all.push_back(row.unscaled);
@@ -254,7 +243,7 @@ TEST_P(BackUp, DeleteAllThenRestoreLeavesTheInstrumentAsItWas) {
         ASSERT_EQ(rig.sim.curve(n), nullptr);
     }
 
-    const RestoreReport restored = restore_curves(rig.session, folder / "new", {});
+    const RestoreReport restored = restore_curves(rig.session, folder, {});
     EXPECT_EQ(restored.result, TransferResult::Done);
     Log lines;
     for (std::size_t k = 0; k < all.size(); ++k)
@@ -283,9 +272,10 @@ TEST(BackUp, RefusesAnOlderBackupAndSaysWhatWillNotComeBack) {
     rig.header.serial_number = "A";
     rig.pick_all(12);
     ASSERT_EQ(run_write_transfer(rig.session), TransferResult::Done);
-    Folder folder;
+    Scratch dir;
+    const std::string folder = dir.path("b");
 
-    const BackupReport saved = back_up_curves(rig.session, folder.path, "today");
+    const BackupReport saved = back_up_curves(rig.session, folder, "today");
     EXPECT_EQ(saved.result, TransferResult::Failed);
     EXPECT_EQ(backup_report_lines(saved),
               (Log{"location 12: saved in 12.NAV (PT1A, no number, 6 points); a restore would not "
@@ -296,24 +286,23 @@ TEST(BackUp, RefusesAnOlderBackupAndSaysWhatWillNotComeBack) {
                    "30 31"}));
 
     const int commands = rig.sim.commands_received();
-    const BackupReport again = back_up_curves(rig.session, folder.path, "today");
-    EXPECT_EQ(again.failure, folder.path.string() +
+    const BackupReport again = back_up_curves(rig.session, folder, "today");
+    EXPECT_EQ(again.failure, folder +
                                  " already holds a backup (backup.txt): choose an empty or a "
                                  "new folder");
     EXPECT_EQ(rig.sim.commands_received(), commands);
 
     // A file for a location the model cannot write is not sent; a location asked for without
     // a file is reported.
-    fs::copy_file(folder / "12.NAV", folder / "05.NAV");
-    const RestoreReport all = restore_curves(rig.session, folder.path, {});
+    fs::copy_file(folder + "/12.NAV", folder + "/05.NAV");
+    const RestoreReport all = restore_curves(rig.session, folder, {});
     EXPECT_EQ(all.result, TransferResult::Failed);
     EXPECT_EQ(restore_report_lines(all),
               (Log{"location 5 (05.NAV): failed:",
                    "  location 5 is not a user location of the NAV: not written",
                    "location 12 (12.NAV): written and verified"}));
-    const RestoreReport some = restore_curves(rig.session, folder.path, {12, 30});
-    EXPECT_EQ(restore_report_lines(some).back(),
-              "  no file for location 30 in " + folder.path.string());
+    const RestoreReport some = restore_curves(rig.session, folder, {12, 30});
+    EXPECT_EQ(restore_report_lines(some).back(), "  no file for location 30 in " + folder);
 }
 
 }  // namespace
