@@ -510,9 +510,20 @@ bool MainWindow::Form_Load() {
                 grab_curve_names(s);
             },
             this);
+        // A slow or silent instrument can hold the catalogue for a while: the user may stop it
+        // and work offline, as after a cancelled transfer.
+        wait.allow_cancel([this] { link_->request_cancel(); });
         show_dialog(wait);
+        if (!wait.finished_work()) {  // cancelled before its first query
+            link_->close();
+            setup_.interface = Interface::None;
+        }
     }
-    if (setup_.interface == Interface::None) go_offline(offline_message(*link_));
+    if (setup_.interface == Interface::None) {
+        go_offline(offline_message(*link_));
+        // No curve can reach the instrument now: the window, as after a failed set-up.
+        return true;
+    }
     if (!setup_.simple_installation) return true;
     simple_installation_loop();
     return !ended_;

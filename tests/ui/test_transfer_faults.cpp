@@ -168,6 +168,46 @@ class TestTransferFaults : public QObject {
         QVERIFY(!h.w().write_confirmed());
         QCOMPARE(h.sim(InstrumentModel::HOX)->log().back(), std::string("ERASE!"));
     }
+
+    // The start-up catalogue's wait dialog has a Cancel button too. Before its first query it
+    // closes the dialog; during the catalogue it stops it within a second. Either way the window
+    // opens offline, and a simple installation does not go on to ask for a file to write.
+    void cancel_the_start_up_catalogue_before_it_starts() {
+        Harness h;
+        h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
+            .expect("communication", choose_interface(2, true))
+            .expect("wait", press("cmdCancelTransfer"));
+        QVERIFY(h.w().Form_Load());
+        QVERIFY(h.script.done());
+        QCOMPARE(h.messages(), QStringList{QString::fromStdString(kCancelled)});
+        QVERIFY(h.filters.isEmpty());
+        QVERIFY(!h.online_commands_enabled());
+        QVERIFY(status_says_offline(h));
+        QVERIFY(h.sim(InstrumentModel::TAZ)->log().size() <= 1);  // the identification only
+    }
+    void cancel_the_start_up_catalogue_while_it_runs() {
+        Harness h(true);
+        QTimer answer, cancel;
+        answer_real_dialogs(answer, InstrumentModel::TAZ, 2, [](QDialog&) {});
+        QElapsedTimer since_cancel;
+        QObject::connect(&cancel, &QTimer::timeout, [&] {
+            auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            const sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
+            if (!d || d->objectName() != QLatin1String("wait") || since_cancel.isValid() || !sim ||
+                sim->log().size() < 4)
+                return;
+            since_cancel.start();
+            QTest::mouseClick(child<QPushButton>(*d, "cmdCancelTransfer"), Qt::LeftButton);
+        });
+        cancel.start(20);
+        QVERIFY(h.w().Form_Load());
+        QVERIFY(since_cancel.isValid());
+        QVERIFY2(since_cancel.elapsed() < 1000,
+                 qPrintable(QString::number(since_cancel.elapsed())));
+        QCOMPARE(h.prompts.texts(), (std::vector<std::string>{kCatalogueCancelled, kCancelled}));
+        QVERIFY(!h.online_commands_enabled());
+        QVERIFY(status_says_offline(h));
+    }
 };
 
 QTEST_MAIN(TestTransferFaults)
