@@ -3,7 +3,6 @@
 // once the program as it runs, with real modal loops and the real clock; and the Instrument
 // menu: writes checked by reading the location back (and what the window does when the
 // instrument holds something else), compare, and curves backed up to a folder and restored.
-#include <QApplication>
 #include <QElapsedTimer>
 #include <QPlainTextEdit>
 #include <QProgressBar>

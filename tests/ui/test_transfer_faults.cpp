@@ -4,7 +4,6 @@
 // through while the window refuses every other click during a transfer.
 #include <sys/resource.h>
 
-#include <QApplication>
 #include <QElapsedTimer>
 #include <QtTest>
 
@@ -39,8 +38,7 @@ bool status_says_offline(Harness& h) {
 struct Fault {
     InstrumentModel model;
     int bus;
-    QString dialog;
-    QString faults;
+    QString dialog, faults;
     int points;
     QStringList messages;
     bool offline;

@@ -4,9 +4,7 @@
 // Cancel of a point dialog and the command keys. Escape in a refused field: test_main_window.cpp.
 #include <QApplication>
 #include <QFileDialog>
-#include <QMenu>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QStatusBar>
 #include <QtTest>
@@ -23,20 +21,16 @@ namespace {
 // command's own message ("" for none) and whether a message with file name and reason follows.
 struct Failure {
     M model;
-    bool reading;
-    QString file;
+    bool reading, reason;
+    QString file, shown_first;
     QByteArray content;
-    QString shown_first;
-    bool reason;
 };
 // The set-up (communication dialog option, GPIB route, the simulated instrument's faults) and
 // the status line it gives after "Model NAME  |  ".
 struct Setup {
     M model;
-    int option;
-    int route;
-    QString faults;
-    QString status;
+    int option, route;
+    QString faults, status;
 };
 }  // namespace
 Q_DECLARE_METATYPE(Failure)
@@ -144,11 +138,25 @@ class TestWindowWork : public QObject {
         }
     }
 
-    void undo_and_redo() {
+    void insert_cancel_undo_and_redo() {
         Harness h;
         load_taz(h, dir, 5);
         std::vector<CurveState> states{{h.w().curve(), h.w().header()}};
         auto keep = [&] { states.push_back({h.w().curve(), h.w().header()}); };
+        // Cancel in Insert A Point closes it, whatever its fields hold, and leaves nothing to undo.
+        int cancelled = -1;
+        h.script.expect("insertapoint", [&](QDialog& d) {
+            activate(&d);
+            auto* units = child<QLineEdit>(d, "Text1");
+            units->setFocus(Qt::MouseFocusReason);
+            QTest::keyClicks(units, "abc");
+            QTest::mouseClick(child<QPushButton>(d, "Command2"), Qt::LeftButton);
+            return cancelled = d.result();
+        });
+        h.w().Command8_Click();
+        QVERIFY(cancelled == QDialog::Rejected && h.prompts.shown.empty());
+        QVERIFY(h.w().curve() == states[0].curve && !h.action("actionUndo")->isEnabled());
+        activate(h.window.get());
         type_and_leave(h.cell(12), "371");
         keep();
         // Units above the next point's are refused and the dialog stays.
@@ -219,18 +227,18 @@ class TestWindowWork : public QObject {
         const QString wrong = "Wrong file type. Must use file with '.TAZ' or '.TZA' extension.";
         // How a file is not one is the file layer's to tell; here, that its reason is shown.
         QTest::newRow("TAZ that is not one")
-            << Failure{M::TAZ, true, "bad.TAZ", "garbage\r\n", "", true};
+            << Failure{M::TAZ, true, true, "bad.TAZ", "", "garbage\r\n"};
         QTest::newRow("file that does not exist")
-            << Failure{M::TAZ, true, "missing.TAZ", {}, "", true};
+            << Failure{M::TAZ, true, true, "missing.TAZ", "", {}};
         QTest::newRow("DUN not one")
-            << Failure{M::KIP, true, "bad.DUN", "x\r\n", "Bad file format.", true};
-        QTest::newRow("wrong type read") << Failure{M::TAZ, true, "curve.NAV", "x", wrong, false};
+            << Failure{M::KIP, true, true, "bad.DUN", "Bad file format.", "x\r\n"};
+        QTest::newRow("wrong type read") << Failure{M::TAZ, true, false, "curve.NAV", wrong, "x"};
         // The empty setpoint of this row is refused by the file writer.
         QTest::newRow("write with an empty setpoint")
-            << Failure{M::TAZ, false, "empty.TAZ", {}, "", true};
+            << Failure{M::TAZ, false, true, "empty.TAZ", "", {}};
         QTest::newRow("write into a missing folder")
-            << Failure{M::TAZ, false, "none/x.TAZ", {}, "", true};
-        QTest::newRow("wrong type write") << Failure{M::TAZ, false, "curve.HOX", {}, wrong, false};
+            << Failure{M::TAZ, false, true, "none/x.TAZ", "", {}};
+        QTest::newRow("wrong type write") << Failure{M::TAZ, false, false, "curve.HOX", wrong, {}};
     }
     void failure_messages() {
         QFETCH(Failure, f);
@@ -309,7 +317,6 @@ class TestWindowWork : public QObject {
     void title_status_and_extension() {
         QFETCH(Setup, s);
         const InstrumentModel model = s.model;
-        const int interface = s.option;
         QString status =
             "Model " + QString::fromLatin1(designation(model).data()) + "  |  " + s.status;
         // What a name without extension gets: the model's first file type.
@@ -317,11 +324,10 @@ class TestWindowWork : public QObject {
         Harness h;
         QVERIFY(h.transports.instrument(model).faults.parse(s.faults.toStdString()));
         h.script.expect("instrumentselection", choose_model(model))
-            .expect("communication", gpib_through(s.route, "lab-gpib", interface));
+            .expect("communication", gpib_through(s.route, "lab-gpib", s.option));
         const bool online = status.endsWith(QLatin1String("online"));
         if (online) h.script.expect("wait", run_timed());
         QVERIFY(h.w().Form_Load());
-        auto* line = h.find<QStatusBar>("statusLine");
         QCOMPARE(h.find<QLabel>("statusText")->text(), status);
         QCOMPARE(h.prompts.shown.empty(), s.faults.isEmpty());  // the set-up's own message
         h.prompts.shown.clear();
@@ -333,31 +339,29 @@ class TestWindowWork : public QObject {
         h.w().Command1_Click();
         QCOMPARE(h.w().windowTitle(), program_title(model, " - " + file));
         activate(h.window.get());
-        QVERIFY(line->isVisible());
+        QVERIFY(h.find<QStatusBar>("statusLine")->isVisible());
         if (QTest::currentDataTag() == QLatin1String("FEN through an Ethernet adapter"))
             check_fits(h.w(), QStringLiteral("window-main-status-line"));
         type_and_leave(h.cell(11), "401");
         QCOMPARE(h.w().windowTitle(), program_title(model, " - " + file + "*"));
 
         // A name typed without extension gets the model's first file type.
-        const QString bare = dir.filePath(QStringLiteral("NEW%1").arg(interface));
+        const QString bare = dir.filePath(QStringLiteral("NEW%1").arg(s.option));
         h.files.push_back(bare);
         h.w().Command2_Click();
         QVERIFY(QFile::exists(bare + "." + type));
         QCOMPARE(h.w().windowTitle(),
-                 program_title(model, QStringLiteral(" - NEW%1.").arg(interface) + type));
+                 program_title(model, QStringLiteral(" - NEW%1.").arg(s.option) + type));
 
         if (!online) return;
-        h.script.expect("pickreadcurve", pick(1)).expect("readcurve", run_timed());
-        h.w().Command3_Click();
+        h.transfer("readcurve", 1);
         QVERIFY(h.w().windowTitle().startsWith(program_title(model, " - Instrument curve ")));
         QVERIFY(h.prompts.shown.empty());
         // The line goes away after the first reply of the next read (a cable pulled): the
         // status line says so.
         sim::Instrument* sim = h.sim(model);
         sim->faults.hangup_after = sim->commands_received() + 1;
-        h.script.expect("pickreadcurve", pick(1)).expect("readcurve", run_timed());
-        h.w().Command3_Click();
+        h.transfer("readcurve", 1);
         QCOMPARE(h.prompts.shown.size(), std::size_t(2));  // the failure, then offline
         QCOMPARE(h.find<QLabel>("statusText")->text(),
                  status.replace(QLatin1String("online"), QLatin1String("offline")));
@@ -460,25 +464,6 @@ class TestWindowWork : public QObject {
         h.w().Command6_Click();
         QCOMPARE(preselected,
                  (QStringList{"Tessaly Model TAZ", "Option2", "3  (/dev/ttyS2)", "5"}));
-    }
-
-    void insert_dialog_cancel_closes() {
-        Harness h;
-        load_taz(h, dir, 5);
-        int result = -1;
-        h.script.expect("insertapoint", [&](QDialog& d) {
-            activate(&d);
-            auto* units = child<QLineEdit>(d, "Text1");
-            units->setFocus(Qt::MouseFocusReason);
-            QTest::keyClicks(units, "abc");
-            QTest::mouseClick(child<QPushButton>(d, "Command2"), Qt::LeftButton);
-            result = d.result();
-            return result;
-        });
-        h.w().Command8_Click();
-        QCOMPARE(result, int(QDialog::Rejected));
-        QVERIFY(h.prompts.shown.empty());
-        QCOMPARE(h.w().curve().breakpoint_count, 5);
     }
 
     void command_mnemonics() {
