@@ -104,17 +104,15 @@ void check_markers(CurveGraph& g, const std::vector<std::vector<GraphPoint>>& se
     QTest::qWait(1);  // the axes of the redraws before are deleted from the event loop
     const QImage image = g.grab().toImage();
     const QColor colours[] = {kOriginalSeriesColour, kAdjustedSeriesColour};
+    const auto at = [&](GraphPoint p) { return g.position_of(p.x, p.y); };
     for (std::size_t k = 0; k < series.size(); ++k) {
         QVERIFY(static_cast<QLineSeries*>(g.chart()->series().at(int(k)))->pointsVisible());
         const auto& points = series[k];
         for (std::size_t i = 0; i < points.size(); ++i) {
-            const QPointF at = g.position_of(points[i].x, points[i].y);
-            QVERIFY2(marked(image, plot, at, colours[k]),
+            QVERIFY2(marked(image, plot, at(points[i]), colours[k]),
                      qPrintable(QStringLiteral("series %1 point %2").arg(k).arg(i + 1)));
-            if (i + 1 < points.size()) {
-                const QPointF next = g.position_of(points[i + 1].x, points[i + 1].y);
-                QVERIFY(!marked(image, plot, (at + next) / 2, colours[k]));
-            }
+            if (i + 1 < points.size())
+                QVERIFY(!marked(image, plot, (at(points[i]) + at(points[i + 1])) / 2, colours[k]));
         }
     }
 }
@@ -469,7 +467,8 @@ class TestGraph : public QObject {
         QCOMPARE(zoom_about(tight, {0, 500}, AxisScale::Linear, 300.0002, 0.5), tight);
     }
 
-    void export_png_and_svg() {
+    void export_names_images_and_menu() {
+        using F = GraphImageFormat;
         Shown s(kFormats[2].second);
         CurveGraph& g = s.graph;
         wheel(g, g.position_of(100, 180), 360);
@@ -477,7 +476,7 @@ class TestGraph : public QObject {
         QVERIFY(g.value_label()->isVisible());
 
         const QString png = dir_.filePath("graph.png");
-        QCOMPARE(g.export_image(png, GraphImageFormat::Png), QString());
+        QCOMPARE(g.export_image(png, F::Png), QString());
         QImage image(png);
         QCOMPARE(image.size(), g.size());
         // What is shown, zoom included, without the pointer's label; and not a blank image.
@@ -493,7 +492,7 @@ class TestGraph : public QObject {
                  qPrintable(QStringLiteral("%1 differ, %2 dark").arg(differ).arg(dark)));
 
         const QString svg = dir_.filePath("graph.svg");
-        QCOMPARE(g.export_image(svg, GraphImageFormat::Svg), QString());
+        QCOMPARE(g.export_image(svg, F::Svg), QString());
         // A valid drawing of the graph's size that holds the axis titles as text.
         QFile file(svg);
         QVERIFY(file.open(QIODevice::ReadOnly));
@@ -502,13 +501,7 @@ class TestGraph : public QObject {
         QSvgRenderer renderer(svg);
         QVERIFY(renderer.isValid());
         QCOMPARE(renderer.viewBox(), QRect(QPoint(), g.size()));
-        // A folder that is not there: the system's reason (the window's message: test_main_window).
-        QCOMPARE(g.export_image(dir_.filePath("gone/graph.png"), GraphImageFormat::Png),
-                 QStringLiteral("No such file or directory"));
-    }
 
-    void export_names_and_menu() {
-        using F = GraphImageFormat;
         // chosen name, format of the menu entry, file written
         const std::tuple<const char*, F, const char*, F> names[] = {
             {"graph", F::Png, "graph.png", F::Png},
@@ -518,8 +511,10 @@ class TestGraph : public QObject {
         for (const auto& [chosen, fallback, path, format] : names)
             QVERIFY(CurveGraph::export_target(chosen, fallback) ==
                     std::pair(QString(path), format));
+        // A folder that is not there: the system's reason (the window's message: test_main_window).
+        QCOMPARE(g.export_image(dir_.filePath("gone/graph.png"), F::Png),
+                 QStringLiteral("No such file or directory"));
         // The context menu's exports go through the window's hooks (tests/ui/test_main_window.cpp).
-        CurveGraph g;
         QStringList menu;
         for (QAction* a : g.actions()) menu << a->text();
         QCOMPARE(menu, (QStringList{"Reset Zoom", "", "Export Graph as PNG...",
