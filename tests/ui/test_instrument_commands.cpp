@@ -304,10 +304,9 @@ class TestInstrumentCommands : public QObject {
         sim->clear_log();
 
         QString heading, lines;
-        if (report.isEmpty())
-            h.transfer("writecurve", 0);
-        else
-            h.transfer("writecurve", 0, {{"verifyreport", read_report(heading, lines)}});
+        h.transfer(
+            "writecurve", 0,
+            report.isEmpty() ? Steps{} : Steps{{"verifyreport", read_report(heading, lines)}});
         QVERIFY(h.script.done());
         QCOMPARE(lines, report);
         if (!report.isEmpty()) QCOMPARE(heading, QString::fromLatin1(kVerifyDiffers));

@@ -31,6 +31,7 @@ Q_DECLARE_METATYPE(kelvara::InstrumentModel)
 namespace kelvara::test {
 
 using Step = std::function<int(QDialog&)>;
+using Steps = std::vector<std::pair<QString, Step>>;  // expected objectName, answer; in order
 
 struct DialogScript {
     std::deque<std::pair<QString, Step>> steps;  // expected objectName, answer
@@ -228,8 +229,7 @@ struct Harness {
     }
     // An instrument command through its pick dialog ("readcurve", "writecurve", "deletecurve",
     // "comparecurve") on entry index, answered Yes; then the dialogs of after (its report).
-    void transfer(const QString& dialog, int index,
-                  std::vector<std::pair<QString, Step>> after = {}) {
+    void transfer(const QString& dialog, int index, Steps after = {}) {
         using M = ui::MainWindow;
         static const std::map<QString, void (M::*)()> commands{
             {"readcurve", &M::Command3_Click},
