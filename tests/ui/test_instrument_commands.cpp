@@ -3,7 +3,6 @@
 // once the program as it runs, with real modal loops and the real clock; and the Instrument
 // menu: writes checked by reading the location back (and what the window does when the
 // instrument holds something else), compare, and curves backed up to a folder and restored.
-#include <QApplication>
 #include <QElapsedTimer>
 #include <QPlainTextEdit>
 #include <QProgressBar>
@@ -134,16 +133,29 @@ class TestInstrumentCommands : public QObject {
 
     void simple_installation_data() {
         QTest::addColumn<int>("files");     // files given before the chooser is cancelled
-        QTest::addColumn<int>("installs");  // curves written, each confirmed
-        QTest::newRow("installs twice then quits") << 2 << 2;
-        QTest::newRow("file dialog cancelled") << 0 << 0;
-        QTest::newRow("write cancelled") << 1 << 0;
+        QTest::addColumn<int>("installs");  // curves written
+        QTest::addColumn<QString>("faults");
+        QTest::addColumn<QString>("report");  // the differences shown, "" for none
+        QTest::newRow("installs twice then quits") << 2 << 2 << ""
+                                                   << "";
+        QTest::newRow("file dialog cancelled") << 0 << 0 << ""
+                                               << "";
+        QTest::newRow("write cancelled") << 1 << 0 << ""
+                                         << "";
+        // The differences, then the question to repeat instead of the completion message.
+        QTest::newRow("differences shown")
+            << 1 << 1 << "droplast"
+            << "point 4: sent .400000, 360.000; instrument holds no point";
     }
     void simple_installation() {
         QFETCH(int, files);
         QFETCH(int, installs);
+        QFETCH(QString, faults);
+        QFETCH(QString, report);
         Harness h;
+        QVERIFY(h.transports.instrument(InstrumentModel::TAZ).faults.parse(faults.toStdString()));
         h.expect_setup(InstrumentModel::TAZ, 2, true);
+        QString heading, lines;
         for (int i = 0; i < files; ++i) {
             h.files.push_back(tza_file(dir, 4 + i, i ? "SECOND" : "FIRST"));
             if (i == installs) {
@@ -151,15 +163,17 @@ class TestInstrumentCommands : public QObject {
                 continue;
             }
             h.prompts.answers.push_back(true);
-            h.script.expect("pickwritecurve", pick(i))
-                .expect("writecurve", run_timed())
-                .expect("repeatchoice", press(i + 1 < installs ? "Command1" : "Command2"));
+            h.script.expect("pickwritecurve", pick(i)).expect("writecurve", run_timed());
+            if (!report.isEmpty()) h.script.expect("verifyreport", read_report(heading, lines));
+            h.script.expect("repeatchoice", press(i + 1 < installs ? "Command1" : "Command2"));
         }
         QSignalSpy ended(h.window.get(), &ui::MainWindow::program_ended);
         QVERIFY(!h.w().Form_Load());
         QCOMPARE(ended.count(), 1);
         QVERIFY(h.script.done());
-        QCOMPARE(h.prompts.texts(), std::vector<std::string>(installs, kCompleted));
+        QCOMPARE(lines, report);
+        QCOMPARE(h.prompts.texts(),
+                 std::vector<std::string>(report.isEmpty() ? installs : 0, kCompleted));
         sim::Instrument* sim = h.sim(InstrumentModel::TAZ);
         for (int i = 0; i < 3; ++i) QCOMPARE(sim->curve(21 + i) != nullptr, i < installs);
     }
@@ -178,13 +192,7 @@ class TestInstrumentCommands : public QObject {
         {
             Harness h(false, &real);
             h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
-                .expect("communication",
-                        [&](QDialog& d) {
-                            child<QComboBox>(d, "Combo4")->setCurrentIndex(2);
-                            child<QLineEdit>(d, "Text1")
-                                ->setText(QString::fromStdString(server.address()));
-                            return choose_interface(1, false)(d);
-                        })
+                .expect("communication", gpib_through(2, QString::fromStdString(server.address())))
                 .expect("wait", run_timed());
             QVERIFY(h.w().Form_Load());
             QCOMPARE(h.w().link().interface(), Interface::GPIB);
@@ -210,11 +218,7 @@ class TestInstrumentCommands : public QObject {
         RealTransports real;
         Harness h(false, &real);
         h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
-            .expect("communication", [](QDialog& d) {
-                child<QComboBox>(d, "Combo4")->setCurrentIndex(2);
-                child<QLineEdit>(d, "Text1")->setText(QStringLiteral("127.0.0.1:1"));
-                return choose_interface(1, false)(d);
-            });
+            .expect("communication", gpib_through(2, "127.0.0.1:1"));
         QVERIFY(h.w().Form_Load());
         QCOMPARE(h.w().setup().interface, Interface::None);
         QCOMPARE(h.prompts.texts(),
@@ -300,10 +304,9 @@ class TestInstrumentCommands : public QObject {
         sim->clear_log();
 
         QString heading, lines;
-        if (report.isEmpty())
-            h.transfer("writecurve", 0);
-        else
-            h.transfer("writecurve", 0, {{"verifyreport", read_report(heading, lines)}});
+        h.transfer(
+            "writecurve", 0,
+            report.isEmpty() ? Steps{} : Steps{{"verifyreport", read_report(heading, lines)}});
         QVERIFY(h.script.done());
         QCOMPARE(lines, report);
         if (!report.isEmpty()) QCOMPARE(heading, QString::fromLatin1(kVerifyDiffers));
@@ -313,26 +316,6 @@ class TestInstrumentCommands : public QObject {
         QCOMPARE(h.w().curve_modified(), !report.isEmpty());
         const auto& log = sim->log();
         QCOMPARE(std::count(log.begin(), log.end(), "CRVPT? 21,1"), verify ? 1 : 0);
-    }
-
-    // The simple installation shows the differences, then asks to repeat instead of saying the
-    // curve was installed.
-    void simple_installation_shows_the_differences() {
-        Harness h;
-        h.transports.instrument(InstrumentModel::TAZ).faults.parse("droplast");
-        h.expect_setup(InstrumentModel::TAZ, 2, true);
-        h.files.push_back(tza_file(dir, 3, "SIMPLE"));
-        h.prompts.answers = {true};
-        QString heading, lines;
-        h.script.expect("pickwritecurve", pick(0))
-            .expect("writecurve", run_timed())
-            .expect("verifyreport", read_report(heading, lines))
-            .expect("repeatchoice", press("Command2"));
-        QVERIFY(!h.w().Form_Load());
-        QVERIFY(h.script.done());
-        QCOMPARE(lines,
-                 QStringLiteral("point 3: sent .300000, 370.000; instrument holds no point"));
-        QVERIFY(h.prompts.texts().empty());  // no "Curve writing to instrument completed."
     }
 
     void compare_with_a_location() {

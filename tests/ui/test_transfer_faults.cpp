@@ -4,7 +4,6 @@
 // through while the window refuses every other click during a transfer.
 #include <sys/resource.h>
 
-#include <QApplication>
 #include <QElapsedTimer>
 #include <QtTest>
 
@@ -33,7 +32,19 @@ double cpu_seconds() {
 bool status_says_offline(Harness& h) {
     return h.find<QLabel>("statusText")->text().endsWith(QLatin1String("  |  offline"));
 }
+
+// A transfer on bus (1 GPIB, 2 RS-232) through its dialog, of a curve of points read from a file
+// first, with the simulated instrument's faults (counts are lines from the transfer's start).
+struct Fault {
+    InstrumentModel model;
+    int bus;
+    QString dialog, faults;
+    int points;
+    QStringList messages;
+    bool offline;
+};
 }  // namespace
+Q_DECLARE_METATYPE(Fault)
 
 class TestTransferFaults : public QObject {
     Q_OBJECT
@@ -43,66 +54,49 @@ class TestTransferFaults : public QObject {
     void initTestCase() { QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates)); }
 
     void fault_during_a_transfer_data() {
-        QTest::addColumn<InstrumentModel>("model");
-        QTest::addColumn<int>("bus");         // 1 GPIB, 2 RS-232
-        QTest::addColumn<QString>("dialog");  // of the transfer
-        QTest::addColumn<QString>("faults");  // the counts are lines from the transfer's start
-        QTest::addColumn<int>("points");      // of the curve read from a file first
-        QTest::addColumn<QStringList>("messages");
-        QTest::addColumn<bool>("offline");
-        const QString lost_serial =
-            QString::fromStdString(kLost).arg("simulated port: the line hung up");
-        const QString lost_gpib =
-            QString::fromStdString(kLost).arg("the GPIB driver reported ENOL (no listener)");
+        QTest::addColumn<Fault>("f");
+        const QString lost = QString::fromStdString(kLost);
+        const QString lost_serial = lost.arg("simulated port: the line hung up");
+        const QString lost_gpib = lost.arg("the GPIB driver reported ENOL (no listener)");
         const QString problem = QString::fromLatin1(kProblemTalking);
+        using M = InstrumentModel;
         QTest::newRow("read, line hung up")
-            << InstrumentModel::TAZ << 2 << "readcurve"
-            << "hangup=3" << 4 << QStringList{problem, lost_serial} << true;
-        QTest::newRow("read, silence") << InstrumentModel::TAZ << 2 << "readcurve"
-                                       << "cut=3" << 4 << QStringList{problem} << false;
+            << Fault{M::TAZ, 2, "readcurve", "hangup=3", 4, {problem, lost_serial}, true};
+        QTest::newRow("read, silence")
+            << Fault{M::TAZ, 2, "readcurve", "cut=3", 4, {problem}, false};
         QTest::newRow("write, GPIB write fails")
-            << InstrumentModel::TAZ << 1 << "writecurve"
-            << "hangup=2" << 4 << QStringList{problem, lost_gpib} << true;
+            << Fault{M::TAZ, 1, "writecurve", "hangup=2", 4, {problem, lost_gpib}, true};
         QTest::newRow("delete, busy to the end")
-            << InstrumentModel::TAZ << 1 << "deletecurve"
-            << "busy=forever" << 4 << QStringList{QString::fromLatin1(kNotConfirmedSaved)} << false;
+            << Fault{M::TAZ, 1, "deletecurve", "busy=forever", 4, {kNotConfirmedSaved}, false};
         QTest::newRow("write, one point to the KOR")
-            << InstrumentModel::KOR << 2 << "writecurve"
-            << "" << 1 << QStringList{QString::fromLatin1(kNothingSent)} << false;
+            << Fault{M::KOR, 2, "writecurve", "", 1, {kNothingSent}, false};
     }
     void fault_during_a_transfer() {
-        QFETCH(InstrumentModel, model);
-        QFETCH(int, bus);
-        QFETCH(QString, dialog);
-        QFETCH(QString, faults);
-        QFETCH(int, points);
-        QFETCH(QStringList, messages);
-        QFETCH(bool, offline);
+        QFETCH(Fault, f);
         Harness h;
-        QVERIFY(h.start(model, bus));
-        const QString file = model == InstrumentModel::KOR
-                                 ? write_model_curve(
-                                       dir.filePath(QStringLiteral("one.NAV")), model, points,
-                                       [](int i) { return 0.1 + i; }, [](int) { return 300.0; })
-                                 : tza_file(dir, points, "ONSCREEN");
-        h.read_file(file);
+        QVERIFY(h.start(f.model, f.bus));
+        h.read_file(f.model == InstrumentModel::KOR
+                        ? write_model_curve(
+                              dir.filePath("one.NAV"), f.model, f.points,
+                              [](int i) { return 0.1 + i; }, [](int) { return 300.0; })
+                        : tza_file(dir, f.points, "ONSCREEN"));
         const CurveRecord before = h.w().curve();
         const QString name = h.text("Text31");
 
-        sim::Instrument* sim = h.sim(model);
-        QVERIFY(sim->faults.parse(faults.toStdString()));
+        sim::Instrument* sim = h.sim(f.model);
+        QVERIFY(sim->faults.parse(f.faults.toStdString()));
         // Counted from the transfer's first command on.
         if (sim->faults.hangup_after >= 0) sim->faults.hangup_after += sim->commands_received();
         if (sim->faults.cut_after >= 0) sim->faults.cut_after += sim->commands_received();
-        h.transfer(dialog, 0);
-        QCOMPARE(h.messages(), messages);
-        QCOMPARE(h.online_commands_enabled(), !offline);
-        QCOMPARE(h.w().setup().interface == Interface::None, offline);
-        QCOMPARE(status_says_offline(h), offline);
+        h.transfer(f.dialog, 0);
+        QCOMPARE(h.messages(), f.messages);
+        // Offline: the instrument commands disabled, no interface, and the status line says so.
+        QCOMPARE((QList<bool>{!h.online_commands_enabled(),
+                              h.w().setup().interface == Interface::None, status_says_offline(h)}),
+                 QList<bool>(3, f.offline));
         QVERIFY(!h.w().write_confirmed());
         // Whatever failed, the window shows the curve it had.
-        QCOMPARE(h.w().curve().breakpoint_count, before.breakpoint_count);
-        QCOMPARE(h.w().curve().temperatures, before.temperatures);
+        QVERIFY(h.w().curve() == before);
         QCOMPARE(h.text("Text31"), name);
         QVERIFY(h.script.done());
     }

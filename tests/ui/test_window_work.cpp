@@ -4,19 +4,37 @@
 // Cancel of a point dialog and the command keys. Escape in a refused field: test_main_window.cpp.
 #include <QApplication>
 #include <QFileDialog>
-#include <QMenu>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QStatusBar>
 #include <QtTest>
 
-#include "ui/code_page.h"
 #include "ui/user_settings.h"
 #include "ui_script.h"
 
 using namespace kelvara;
 using namespace kelvara::test;
+using M = InstrumentModel;
+
+namespace {
+// A file command that fails: the file (holding content first unless that is null), the file
+// command's own message ("" for none) and whether a message with file name and reason follows.
+struct Failure {
+    M model;
+    bool reading, reason;
+    QString file, shown_first;
+    QByteArray content;
+};
+// The set-up (communication dialog option, GPIB route, the simulated instrument's faults) and
+// the status line it gives after "Model NAME  |  ".
+struct Setup {
+    M model;
+    int option, route;
+    QString faults, status;
+};
+}  // namespace
+Q_DECLARE_METATYPE(Failure)
+Q_DECLARE_METATYPE(Setup)
 
 class TestWindowWork : public QObject {
     Q_OBJECT
@@ -107,24 +125,31 @@ class TestWindowWork : public QObject {
         QCOMPARE(question, QStringLiteral("Save changes to the open curve?"));
         QCOMPARE(path == "close" ? closed : h.text("Text31") != "CURVE1", goes_on);
         QCOMPARE(QFile::exists(saved), answer == "Save");
-        if (answer == "Save") {
-            CurveRecord c = CurveRecord::for_model(InstrumentModel::TAZ);
-            HeaderFields f = HeaderFields::for_model(InstrumentModel::TAZ);
-            RecordingPrompts quiet;
-            read_curve_file(saved.toStdString(), InstrumentModel::TAZ, c, f, quiet);
-            QCOMPARE(c.temperatures[1], 371.0);
-        }
-        if (!goes_on) {
-            QCOMPARE(h.w().curve().temperatures[1], 371.0);
-            QVERIFY(h.w().curve_modified());
-        }
+        // The edit is kept: in the file saved, or on screen still to be saved.
+        if (answer == "Save") h.read_file(saved);
+        if (answer != "Discard") QCOMPARE(h.w().curve().temperatures[1], 371.0);
+        if (!goes_on) QVERIFY(h.w().curve_modified());
     }
 
-    void undo_and_redo() {
+    void insert_cancel_undo_and_redo() {
         Harness h;
         load_taz(h, dir, 5);
         std::vector<CurveState> states{{h.w().curve(), h.w().header()}};
         auto keep = [&] { states.push_back({h.w().curve(), h.w().header()}); };
+        // Cancel in Insert A Point closes it, whatever its fields hold, and leaves nothing to undo.
+        int cancelled = -1;
+        h.script.expect("insertapoint", [&](QDialog& d) {
+            activate(&d);
+            auto* units = child<QLineEdit>(d, "Text1");
+            units->setFocus(Qt::MouseFocusReason);
+            QTest::keyClicks(units, "abc");
+            QTest::mouseClick(child<QPushButton>(d, "Command2"), Qt::LeftButton);
+            return cancelled = d.result();
+        });
+        h.w().Command8_Click();
+        QVERIFY(cancelled == QDialog::Rejected && h.prompts.shown.empty());
+        QVERIFY(h.w().curve() == states[0].curve && !h.action("actionUndo")->isEnabled());
+        activate(h.window.get());
         type_and_leave(h.cell(12), "371");
         keep();
         // Units above the next point's are refused and the dialog stays.
@@ -191,96 +216,60 @@ class TestWindowWork : public QObject {
     }
 
     void failure_messages_data() {
-        QTest::addColumn<InstrumentModel>("model");
-        QTest::addColumn<bool>("reading");
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QByteArray>("content");   // written into the file first; null: none
-        QTest::addColumn<QString>("shown_first");  // the file command's own message, or ""
-        QTest::addColumn<bool>("reason");          // a message with file name and reason
-        const QByteArray none;
+        QTest::addColumn<Failure>("f");
         const QString wrong = "Wrong file type. Must use file with '.TAZ' or '.TZA' extension.";
         // How a file is not one is the file layer's to tell; here, that its reason is shown.
         QTest::newRow("TAZ that is not one")
-            << InstrumentModel::TAZ << true << "bad.TAZ" << QByteArray("garbage\r\n") << "" << true;
+            << Failure{M::TAZ, true, true, "bad.TAZ", "", "garbage\r\n"};
         QTest::newRow("file that does not exist")
-            << InstrumentModel::TAZ << true << "missing.TAZ" << none << "" << true;
-        QTest::newRow("DUN not one") << InstrumentModel::KIP << true << "bad.DUN"
-                                     << QByteArray("x\r\n") << "Bad file format." << true;
-        QTest::newRow("wrong type read")
-            << InstrumentModel::TAZ << true << "curve.NAV" << QByteArray("x") << wrong << false;
+            << Failure{M::TAZ, true, true, "missing.TAZ", "", {}};
+        QTest::newRow("DUN not one")
+            << Failure{M::KIP, true, true, "bad.DUN", "Bad file format.", "x\r\n"};
+        QTest::newRow("wrong type read") << Failure{M::TAZ, true, false, "curve.NAV", wrong, "x"};
         // The empty setpoint of this row is refused by the file writer.
         QTest::newRow("write with an empty setpoint")
-            << InstrumentModel::TAZ << false << "empty.TAZ" << none << "" << true;
+            << Failure{M::TAZ, false, true, "empty.TAZ", "", {}};
         QTest::newRow("write into a missing folder")
-            << InstrumentModel::TAZ << false << "none/x.TAZ" << none << "" << true;
-        QTest::newRow("wrong type write")
-            << InstrumentModel::TAZ << false << "curve.HOX" << none << wrong << false;
+            << Failure{M::TAZ, false, true, "none/x.TAZ", "", {}};
+        QTest::newRow("wrong type write") << Failure{M::TAZ, false, false, "curve.HOX", wrong, {}};
     }
     void failure_messages() {
-        QFETCH(InstrumentModel, model);
-        QFETCH(bool, reading);
-        QFETCH(QString, file);
-        QFETCH(QByteArray, content);
-        QFETCH(QString, shown_first);
-        QFETCH(bool, reason);
+        QFETCH(Failure, f);
         Harness h;
-        QVERIFY(h.start(model));
-        const QString path = dir.filePath(file);
+        QVERIFY(h.start(f.model));
+        const QString path = dir.filePath(f.file);
         QFile::remove(path);
-        if (!content.isNull()) {
-            QFile f(path);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write(content);
-        }
+        if (!f.content.isNull()) write_bytes(path, f.content);
         h.files.push_back(path);
-        if (reading) {
-            h.w().Command1_Click();
-        } else {
-            if (!file.startsWith(QLatin1String("empty")))
-                h.find<QLineEdit>("Text33")->setText("375");
-            h.w().Command2_Click();
-            QVERIFY(!QFile::exists(path));
-        }
+        if (!f.reading && !f.file.startsWith("empty")) h.find<QLineEdit>("Text33")->setText("375");
+        f.reading ? h.w().Command1_Click() : h.w().Command2_Click();
+        QCOMPARE(QFile::exists(path), !f.content.isNull());
         const QStringList shown = h.messages();
-        QCOMPARE(shown.size(), int(!shown_first.isEmpty()) + int(reason));
-        if (!shown_first.isEmpty()) QCOMPARE(shown.front(), shown_first);
-        if (reason) {
-            const QString why = shown.back();
-            QVERIFY2(why.contains(QDir::toNativeSeparators(path)), qPrintable(why));
-            const int at = why.indexOf(QLatin1String("\nReason: "));
-            QVERIFY2(at > 0 && why.mid(at + 9).trimmed().size() > 0, qPrintable(why));
-        }
-        QCOMPARE(h.w().windowTitle(), program_title(model));  // nothing was read or written
+        QCOMPARE(shown.size(), int(!f.shown_first.isEmpty()) + int(f.reason));
+        if (!f.shown_first.isEmpty()) QCOMPARE(shown.front(), f.shown_first);
+        const QString why = shown.back();
+        const int at = why.indexOf(QLatin1String("\nReason: "));
+        if (f.reason)
+            QVERIFY2(why.contains(QDir::toNativeSeparators(path)) && at > 0 &&
+                         !why.mid(at + 9).trimmed().isEmpty(),
+                     qPrintable(why));
+        QCOMPARE(h.w().windowTitle(), program_title(f.model));  // nothing was read or written
     }
 
     void windows_1252_round_trip() {
         Harness h;
         QVERIFY(h.start(InstrumentModel::TAZ));
-        // Every byte through the name field as the window shows and takes it; the five bytes
-        // the code page leaves unassigned show as the control characters of their numbers.
+        // The code page's mapping itself: CodePage.Windows1252BothWays (tests/curve).
         QLineEdit* name = h.find<QLineEdit>("Text31");
-        for (int b = 0; b < 256; ++b) {
-            const std::string bytes{'A', char(b), 'Z'};
-            name->setText(ui::from_code_page(bytes));
-            QCOMPARE(ui::to_code_page(name->text()), bytes);
-            QVERIFY(ui::code_page_holds(name->text()));
-            if (b == 0x81 || b == 0x8D || b == 0x8F || b == 0x90 || b == 0x9D)
-                QCOMPARE(int(name->text()[1].unicode()), b);
-        }
-        QCOMPARE(ui::from_code_page("\x80\xb0\x9f"), QStringLiteral(u"\u20ac\u00b0\u0178"));
-        name->clear();
-
         // A file's name and serial number come back byte for byte.
         std::string bytes;
         for (int b = 0x21; b < 256; ++b) bytes += char(b);
-        QFile in(dir.filePath(QStringLiteral("bytes.TZA")));
-        QVERIFY(in.open(QIODevice::WriteOnly));
-        in.write(("Name: " + bytes +
-                  "\r\nSerial number: PT100 \xb0K\r\nFormat: 2\r\nLimit: 375\r\n"
-                  "Coefficient: 1\r\nPoint 1: 0.1,300\r\nPoint 2: 0.2,200\r\n")
-                     .c_str());
-        in.close();
-        h.files = {in.fileName(), dir.filePath(QStringLiteral("back.TZA"))};
+        h.files = {write_bytes(dir.filePath("bytes.TZA"),
+                               ("Name: " + bytes +
+                                "\r\nSerial number: PT100 \xb0K\r\nFormat: 2\r\nLimit: 375\r\n"
+                                "Coefficient: 1\r\nPoint 1: 0.1,300\r\nPoint 2: 0.2,200\r\n")
+                                   .c_str()),
+                   dir.filePath(QStringLiteral("back.TZA"))};
         h.w().Command1_Click();
         QCOMPARE(h.text("Text32"), QStringLiteral(u"PT100 \u00b0K"));
         h.w().Command2_Click();
@@ -302,55 +291,38 @@ class TestWindowWork : public QObject {
     }
 
     void title_status_and_extension_data() {
-        QTest::addColumn<InstrumentModel>("model");
-        QTest::addColumn<int>("interface");   // option of the communication dialog
-        QTest::addColumn<int>("route");       // GPIB through: library, USB or Ethernet adapter
-        QTest::addColumn<QString>("faults");  // of the simulated instrument, before the set-up
-        QTest::addColumn<QString>("status");
-        QTest::newRow("TAZ offline") << InstrumentModel::TAZ << 3 << 0 << ""
-                                     << "Model TAZ  |  no instrument interface  |  offline";
-        QTest::newRow("TAZ over GPIB") << InstrumentModel::TAZ << 1 << 0 << ""
-                                       << "Model TAZ  |  GPIB address 12  |  online";
+        QTest::addColumn<Setup>("s");
+        const char* none = "no instrument interface  |  offline";
+        const char* through = "GPIB address 12 through ";
+        QTest::newRow("TAZ offline") << Setup{M::TAZ, 3, 0, "", none};
+        QTest::newRow("TAZ over GPIB") << Setup{M::TAZ, 1, 0, "", "GPIB address 12  |  online"};
         QTest::newRow("TAZ through a USB adapter")
-            << InstrumentModel::TAZ << 1 << 1 << ""
-            << "Model TAZ  |  GPIB address 12 through USB adapter /dev/ttyS2  |  online";
-        QTest::newRow("FEN through an Ethernet adapter")
-            << InstrumentModel::FEN << 1 << 2 << ""
-            << "Model FEN  |  GPIB address 12 through Ethernet adapter lab-gpib:1234  |  online";
-        QTest::newRow("FEN set-up failed") << InstrumentModel::FEN << 1 << 0 << "silent"
-                                           << "Model FEN  |  GPIB address 12  |  offline";
-        QTest::newRow("TAZ over RS-232") << InstrumentModel::TAZ << 2 << 0 << ""
-                                         << "Model TAZ  |  RS-232 port 1 (/dev/ttyS0)  |  online";
-        QTest::newRow("KIP offline") << InstrumentModel::KIP << 3 << 0 << ""
-                                     << "Model KIP  |  no instrument interface  |  offline";
-        QTest::newRow("HOX offline") << InstrumentModel::HOX << 3 << 0 << ""
-                                     << "Model HOX  |  no instrument interface  |  offline";
+            << Setup{M::TAZ, 1, 1, "", through + QString("USB adapter /dev/ttyS2  |  online")};
+        QTest::newRow("FEN through an Ethernet adapter") << Setup{
+            M::FEN, 1, 2, "", through + QString("Ethernet adapter lab-gpib:1234  |  online")};
+        QTest::newRow("FEN set-up failed")
+            << Setup{M::FEN, 1, 0, "silent", "GPIB address 12  |  offline"};
+        QTest::newRow("TAZ over RS-232")
+            << Setup{M::TAZ, 2, 0, "", "RS-232 port 1 (/dev/ttyS0)  |  online"};
+        QTest::newRow("KIP offline") << Setup{M::KIP, 3, 0, "", none};
+        QTest::newRow("HOX offline") << Setup{M::HOX, 3, 0, "", none};
     }
     void title_status_and_extension() {
-        QFETCH(InstrumentModel, model);
-        QFETCH(int, interface);
-        QFETCH(int, route);
-        QFETCH(QString, faults);
-        QFETCH(QString, status);
+        QFETCH(Setup, s);
+        const InstrumentModel model = s.model;
+        QString status =
+            "Model " + QString::fromLatin1(designation(model).data()) + "  |  " + s.status;
         // What a name without extension gets: the model's first file type.
-        const QString type = model == InstrumentModel::KIP   ? "NAV"
-                             : model == InstrumentModel::HOX ? "HOX"
-                                                             : "TAZ";
+        const QString type = model == M::KIP ? "NAV" : model == M::HOX ? "HOX" : "TAZ";
         Harness h;
-        QVERIFY(h.transports.instrument(model).faults.parse(faults.toStdString()));
+        QVERIFY(h.transports.instrument(model).faults.parse(s.faults.toStdString()));
         h.script.expect("instrumentselection", choose_model(model))
-            .expect("communication", [&](QDialog& d) {
-                child<QComboBox>(d, "Combo4")->setCurrentIndex(route);
-                child<QComboBox>(d, "Combo5")->setCurrentIndex(2);
-                child<QLineEdit>(d, "Text1")->setText(QStringLiteral("lab-gpib"));
-                return choose_interface(interface, false)(d);
-            });
+            .expect("communication", gpib_through(s.route, "lab-gpib", s.option));
         const bool online = status.endsWith(QLatin1String("online"));
         if (online) h.script.expect("wait", run_timed());
         QVERIFY(h.w().Form_Load());
-        auto* line = h.find<QStatusBar>("statusLine");
         QCOMPARE(h.find<QLabel>("statusText")->text(), status);
-        QCOMPARE(h.prompts.shown.empty(), faults.isEmpty());  // the set-up's own message
+        QCOMPARE(h.prompts.shown.empty(), s.faults.isEmpty());  // the set-up's own message
         h.prompts.shown.clear();
         QCOMPARE(h.w().windowTitle(), program_title(model));
         const QString file = QStringLiteral("CURVE1.") + type;
@@ -360,31 +332,29 @@ class TestWindowWork : public QObject {
         h.w().Command1_Click();
         QCOMPARE(h.w().windowTitle(), program_title(model, " - " + file));
         activate(h.window.get());
-        QVERIFY(line->isVisible());
+        QVERIFY(h.find<QStatusBar>("statusLine")->isVisible());
         if (QTest::currentDataTag() == QLatin1String("FEN through an Ethernet adapter"))
             check_fits(h.w(), QStringLiteral("window-main-status-line"));
         type_and_leave(h.cell(11), "401");
         QCOMPARE(h.w().windowTitle(), program_title(model, " - " + file + "*"));
 
         // A name typed without extension gets the model's first file type.
-        const QString bare = dir.filePath(QStringLiteral("NEW%1").arg(interface));
+        const QString bare = dir.filePath(QStringLiteral("NEW%1").arg(s.option));
         h.files.push_back(bare);
         h.w().Command2_Click();
         QVERIFY(QFile::exists(bare + "." + type));
         QCOMPARE(h.w().windowTitle(),
-                 program_title(model, QStringLiteral(" - NEW%1.").arg(interface) + type));
+                 program_title(model, QStringLiteral(" - NEW%1.").arg(s.option) + type));
 
         if (!online) return;
-        h.script.expect("pickreadcurve", pick(1)).expect("readcurve", run_timed());
-        h.w().Command3_Click();
+        h.transfer("readcurve", 1);
         QVERIFY(h.w().windowTitle().startsWith(program_title(model, " - Instrument curve ")));
         QVERIFY(h.prompts.shown.empty());
         // The line goes away after the first reply of the next read (a cable pulled): the
         // status line says so.
         sim::Instrument* sim = h.sim(model);
         sim->faults.hangup_after = sim->commands_received() + 1;
-        h.script.expect("pickreadcurve", pick(1)).expect("readcurve", run_timed());
-        h.w().Command3_Click();
+        h.transfer("readcurve", 1);
         QCOMPARE(h.prompts.shown.size(), std::size_t(2));  // the failure, then offline
         QCOMPARE(h.find<QLabel>("statusText")->text(),
                  status.replace(QLatin1String("online"), QLatin1String("offline")));
@@ -463,11 +433,9 @@ class TestWindowWork : public QObject {
         h.script.expect("instrumentselection", choose_model(InstrumentModel::TAZ))
             .expect("communication",
                     [](QDialog& d) {
-                        check_option(d, 2);
                         child<QComboBox>(d, "Combo3")->setCurrentIndex(2);
                         child<QComboBox>(d, "Combo2")->setCurrentIndex(4);
-                        check_option(d, 5);
-                        return click(d, "Command1");
+                        return choose_interface(2, false)(d);
                     })
             .expect("wait", run_timed());
         QVERIFY(h.w().Form_Load());
@@ -489,25 +457,6 @@ class TestWindowWork : public QObject {
         h.w().Command6_Click();
         QCOMPARE(preselected,
                  (QStringList{"Tessaly Model TAZ", "Option2", "3  (/dev/ttyS2)", "5"}));
-    }
-
-    void insert_dialog_cancel_closes() {
-        Harness h;
-        load_taz(h, dir, 5);
-        int result = -1;
-        h.script.expect("insertapoint", [&](QDialog& d) {
-            activate(&d);
-            auto* units = child<QLineEdit>(d, "Text1");
-            units->setFocus(Qt::MouseFocusReason);
-            QTest::keyClicks(units, "abc");
-            QTest::mouseClick(child<QPushButton>(d, "Command2"), Qt::LeftButton);
-            result = d.result();
-            return result;
-        });
-        h.w().Command8_Click();
-        QCOMPARE(result, int(QDialog::Rejected));
-        QVERIFY(h.prompts.shown.empty());
-        QCOMPARE(h.w().curve().breakpoint_count, 5);
     }
 
     void command_mnemonics() {

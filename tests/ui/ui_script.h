@@ -31,6 +31,7 @@ Q_DECLARE_METATYPE(kelvara::InstrumentModel)
 namespace kelvara::test {
 
 using Step = std::function<int(QDialog&)>;
+using Steps = std::vector<std::pair<QString, Step>>;  // expected objectName, answer; in order
 
 struct DialogScript {
     std::deque<std::pair<QString, Step>> steps;  // expected objectName, answer
@@ -85,6 +86,16 @@ inline Step choose_interface(int option, bool simple) {
         return click(d, "Command1");
     };
 }
+// GPIB (or the given option) through route: 0 the library, 1 a USB adapter on port 3, 2 an
+// Ethernet adapter at host.
+inline Step gpib_through(int route, const QString& host, int option = 1) {
+    return [=](QDialog& d) {
+        child<QComboBox>(d, "Combo4")->setCurrentIndex(route);
+        child<QComboBox>(d, "Combo5")->setCurrentIndex(2);
+        child<QLineEdit>(d, "Text1")->setText(host);
+        return choose_interface(option, false)(d);
+    };
+}
 // The wait and progress dialogs: run their work now instead of on the timer.
 inline Step run_timed() {
     return [](QDialog& d) {
@@ -110,6 +121,12 @@ inline Step choose_model(InstrumentModel model) {
             if (p[i].model == model) check_option(d, int(i) + 1);
         return click(d, "Command1");
     };
+}
+
+// Those of the named controls that top shows, in the order named.
+inline QStringList shown_of(QWidget& top, QStringList names) {
+    names.removeIf([&](const QString& n) { return !child(top, qPrintable(n))->isVisibleTo(&top); });
+    return names;
 }
 
 inline QString program_title(InstrumentModel model, const QString& rest = {}) {
@@ -212,8 +229,7 @@ struct Harness {
     }
     // An instrument command through its pick dialog ("readcurve", "writecurve", "deletecurve",
     // "comparecurve") on entry index, answered Yes; then the dialogs of after (its report).
-    void transfer(const QString& dialog, int index,
-                  std::vector<std::pair<QString, Step>> after = {}) {
+    void transfer(const QString& dialog, int index, Steps after = {}) {
         using M = ui::MainWindow;
         static const std::map<QString, void (M::*)()> commands{
             {"readcurve", &M::Command3_Click},
@@ -234,7 +250,6 @@ struct Harness {
         return child<W>(*window, name);
     }
     QString text(const char* name) { return find<QLineEdit>(name)->text(); }
-    bool shown(const char* name) { return find(name)->isVisibleTo(window.get()); }
     QAction* action(const char* name) { return child<QAction>(*window, name); }
     QLineEdit* cell(int n) { return find<QLineEdit>(qPrintable(QStringLiteral("Text%1").arg(n))); }
     bool online_commands_enabled() {
@@ -279,6 +294,13 @@ inline void check_fits(QWidget& top, QString name) {
         top.grab().save(dir + QLatin1Char('/') + name.replace(QLatin1Char('/'), '-') + ".png");
 }
 
+inline QString write_bytes(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    if (!f.open(QIODevice::WriteOnly) || f.write(bytes) != bytes.size())
+        qFatal("cannot write %s", qPrintable(path));
+    return path;
+}
+
 // Writes n points given by unit(i) and temperature(i) in the model's own file type.
 inline QString write_model_curve(const QString& path, InstrumentModel model, int n,
                                  double (*unit)(int), double (*temperature)(int)) {
@@ -307,9 +329,7 @@ inline QString tza_file(const QTemporaryDir& dir, int n, const char* name = "CUR
     for (int i = 1; i <= n; ++i)
         t += "Point " + QByteArray::number(i) + ": " + QByteArray::number(0.1 * i, 'f', 5) + "," +
              QByteArray::number(400.0 - 10 * i, 'f', 3) + "\r\n";
-    QFile f(dir.filePath(QString::fromLatin1(name) + QStringLiteral(".TZA")));
-    if (!f.open(QIODevice::WriteOnly) || f.write(t) != t.size()) qFatal("cannot write %s", name);
-    return f.fileName();
+    return write_bytes(dir.filePath(QString::fromLatin1(name) + QStringLiteral(".TZA")), t);
 }
 
 // A TAZ window offline with CURVE1.TZA of n points read, shown and active.
