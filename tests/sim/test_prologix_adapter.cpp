@@ -77,11 +77,9 @@ TEST(PrologixAdapter, CarriesTheInstrumentsFaults) {
     // faults, what two reads bring within 2 s, lines the instrument heard
     const std::tuple<std::string, std::string, std::size_t> rows[] = {
         {"split=3", "TESSALY,MOD|EL TAZ,SIM0|00001,1.0\r\n\x04", 1},
-        {"delay=0.5", kId + "\x04", 1},
         {"delay=1.5", kId + "\x04", 1},  // too late for the first read, there for the second
         {"silent", "", 1},
         {"writefail=0", "", 0},
-        {"garbage", "#?@!~%&*GARBLED*&%~!@?#\r\n\x04", 1},
     };
     for (const auto& [faults, read, heard] : rows) {
         SCOPED_TRACE(faults);
