@@ -162,12 +162,6 @@ TEST(Compare, OpenCurveAgainstALocationAsAWriteWouldSendIt) {
     }
 }
 
-}  // namespace
-}  // namespace kelvara::test
-
-namespace kelvara::test {
-namespace {
-
 Log names_in(const fs::path& folder) {
     Log out;
     for (const auto& e : fs::directory_iterator(folder)) out.push_back(e.path().filename());
