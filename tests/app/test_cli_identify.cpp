@@ -23,8 +23,6 @@ const std::string kWrong =
 // clang-format off
 const Row kRows[] = {
     {"--model TAZ", "", "--model TAZ --serial {dev}", 0, "TAZ identified on {dev} (9600,O,7,1)\n"},
-    {"--model ELK --faults split=4", "", "--model ELK --serial {dev}", 0,
-     "ELK identified on {dev} (1200,O,7,1)\n"},
     {"--model TAZ --identity 'TESSALY,MODEL FEN,1,1'", "", "--model TAZ --serial {dev}", 1, kWrong},
     {"", "KELVARA_SIM_MODEL=KIP", "--model KIP " + kGpib, 0, "KIP identified on GPIB address 12\n"},
     // "simulated" names the library installed with the program.
