@@ -99,7 +99,6 @@ const FaultRow kRows[] = {
     // 64 KiB at the AR488's 115200 baud: the flood is taken to its end, never past 10 s.
     {TAZ, ADAPTER, Read, "after=3,babble,speed", -1, P, FAILED, false, 5.7, 10.35},
     {TAZ, ADAPTER, Read, "split=4,delay=0.5,speed=9600", -1, "", DONE, false, 4.2, 4.8},
-    {TAZ, ADAPTER, Write, "hangup=4", -1, P, FAILED, true, 0.3, 0.31},
     {TAZ, ADAPTER, Catalogue, "after=2,garbage", -1, P, FAILED, false, 0.2, 0.25},
     {NAV, ADAPTER, Read, "speed=2400", -1, "", DONE, false, 5.8, 6.5, 3, 97},
     {KIP, ADAPTER, Delete, "hangup=1", -1, P, FAILED, true, 0, 0.01},
