@@ -3,6 +3,8 @@
 // window's curve stays as it was, whether the program goes offline, and how long it takes.
 // Command counts in the faults take in the identification query (the first command line).
 // ADAPTER is GPIB through the adapter driver and the simulated Prologix adapter.
+// How long each way a reply can end takes, and on which bus, is the link tests' table; silence,
+// a flood and a trickle all fail a procedure alike, so here each family meets them once.
 #include <gtest/gtest.h>
 
 #include "rig.h"
