@@ -23,26 +23,22 @@ class TestMainWindow : public QObject {
     void configuration_per_model_data() {
         QTest::addColumn<InstrumentModel>("model");
         QTest::addColumn<QString>("visible");  // the optional header fields and commands shown
-        QTest::addColumn<int>("formats");
-        QTest::addColumn<int>("scroll_max");
-        QTest::addColumn<int>("reads");
-        QTest::addColumn<int>("writes");
+        // data formats, scroll range and page, read, write and delete list sizes
+        QTest::addColumn<QList<int>>("sizes");
         QTest::addColumn<QString>("file");
         QTest::newRow("TAZ") << InstrumentModel::TAZ
-                             << "Combo1 Label4 Text33 Text31 Command8 Command9" << 5 << 191 << 61
-                             << 40 << "curve.TAZ";
+                             << "Combo1 Label4 Text33 Text31 Command8 Command9"
+                             << QList<int>{5, 1, 191, 10, 61, 40, 40} << "curve.TAZ";
         QTest::newRow("KIP") << InstrumentModel::KIP
-                             << "Combo5 Combo2 Label7 Check1 Text31 Command8 Command9" << 5 << 88
-                             << 16 << 12 << "curve.NAV";
-        QTest::newRow("HOX") << InstrumentModel::HOX << "" << 1 << 183 << 0 << 0 << "curve.HOX";
+                             << "Combo5 Combo2 Label7 Check1 Text31 Command8 Command9"
+                             << QList<int>{5, 1, 88, 10, 16, 12, 12} << "curve.NAV";
+        QTest::newRow("HOX") << InstrumentModel::HOX << "" << QList<int>{1, 1, 183, 10, 0, 0, 0}
+                             << "curve.HOX";
     }
     void configuration_per_model() {
         QFETCH(InstrumentModel, model);
         QFETCH(QString, visible);
-        QFETCH(int, formats);
-        QFETCH(int, scroll_max);
-        QFETCH(int, reads);
-        QFETCH(int, writes);
+        QFETCH(QList<int>, sizes);
         QFETCH(QString, file);
         Harness h;
         QVERIFY(h.start(model));
@@ -52,11 +48,10 @@ class TestMainWindow : public QObject {
                  visible.split(' ', Qt::SkipEmptyParts));
         auto* scroll = h.find<QScrollBar>("VScroll1");
         const auto& lists = h.w().pick_lists();
-        // data formats, scroll range and page, read, write and delete list sizes
         QCOMPARE((QList<int>{h.find<QComboBox>("Combo1")->count(), scroll->minimum(),
                              scroll->maximum(), scroll->pageStep(), int(lists.read.entries.size()),
                              int(lists.write.entries.size()), int(lists.remove.entries.size())}),
-                 (QList<int>{formats, 1, scroll_max, 10, reads, writes, writes}));
+                 sizes);
         QVERIFY(!h.online_commands_enabled());  // offline
         // HOX has fixed units, that cannot be edited, and always 192 rows.
         const bool hox = model == InstrumentModel::HOX;
