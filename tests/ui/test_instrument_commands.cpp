@@ -132,12 +132,9 @@ class TestInstrumentCommands : public QObject {
         QTest::addColumn<int>("installs");  // curves written
         QTest::addColumn<QString>("faults");
         QTest::addColumn<QString>("report");  // the differences shown, "" for none
-        QTest::newRow("installs twice then quits") << 2 << 2 << ""
-                                                   << "";
-        QTest::newRow("file dialog cancelled") << 0 << 0 << ""
-                                               << "";
-        QTest::newRow("write cancelled") << 1 << 0 << ""
-                                         << "";
+        QTest::newRow("installs twice then quits") << 2 << 2 << QString() << QString();
+        QTest::newRow("file dialog cancelled") << 0 << 0 << QString() << QString();
+        QTest::newRow("write cancelled") << 1 << 0 << QString() << QString();
         // The differences, then the question to repeat instead of the completion message.
         QTest::newRow("differences shown")
             << 1 << 1 << "droplast"

@@ -76,8 +76,7 @@ class TestWindowWork : public QObject {
                                  "dropped file", "recent file"})
             for (const char* answer : {"Save", "Discard", "Cancel"})
                 QTest::addRow("%s, %s", path, answer) << path << answer;
-        QTest::newRow("read file, Save fails") << "read file"
-                                               << "Save fails";
+        QTest::newRow("read file, Save fails") << QString("read file") << QString("Save fails");
     }
     void save_question() {
         QFETCH(QString, path);
