@@ -121,6 +121,7 @@ class TestMainWindow : public QObject {
         QTest::newRow("letters in a point") << 12 << "x1" << false << 5 << "Enter Valid number.";
         QTest::newRow("setpoint zero")
             << 33 << "0" << false << 5 << "Number must be greater than 0.";
+        QTest::newRow("setpoint valid") << 33 << "300.5" << true << 5 << "";
     }
     void field_edits() {
         QFETCH(int, field);
