@@ -23,40 +23,34 @@ class TestMainWindow : public QObject {
     void configuration_per_model_data() {
         QTest::addColumn<InstrumentModel>("model");
         QTest::addColumn<QString>("visible");  // the optional header fields and commands shown
-        QTest::addColumn<int>("formats");
-        QTest::addColumn<int>("scroll_max");
-        QTest::addColumn<int>("reads");
-        QTest::addColumn<int>("writes");
+        // data formats, scroll range and page, read, write and delete list sizes
+        QTest::addColumn<QList<int>>("sizes");
         QTest::addColumn<QString>("file");
         QTest::newRow("TAZ") << InstrumentModel::TAZ
-                             << "Combo1 Label4 Text33 Text31 Command8 Command9" << 5 << 191 << 61
-                             << 40 << "curve.TAZ";
+                             << "Combo1 Label4 Text33 Text31 Command8 Command9"
+                             << QList<int>{5, 1, 191, 10, 61, 40, 40} << "curve.TAZ";
         QTest::newRow("KIP") << InstrumentModel::KIP
-                             << "Combo5 Combo2 Label7 Check1 Text31 Command8 Command9" << 5 << 88
-                             << 16 << 12 << "curve.NAV";
-        QTest::newRow("HOX") << InstrumentModel::HOX << "" << 1 << 183 << 0 << 0 << "curve.HOX";
+                             << "Combo5 Combo2 Label7 Check1 Text31 Command8 Command9"
+                             << QList<int>{5, 1, 88, 10, 16, 12, 12} << "curve.NAV";
+        QTest::newRow("HOX") << InstrumentModel::HOX << "" << QList<int>{1, 1, 183, 10, 0, 0, 0}
+                             << "curve.HOX";
     }
     void configuration_per_model() {
         QFETCH(InstrumentModel, model);
         QFETCH(QString, visible);
-        QFETCH(int, formats);
-        QFETCH(int, scroll_max);
-        QFETCH(int, reads);
-        QFETCH(int, writes);
+        QFETCH(QList<int>, sizes);
         QFETCH(QString, file);
         Harness h;
         QVERIFY(h.start(model));
-        QCOMPARE(h.w().windowTitle(), program_title(model));
         QCOMPARE(shown_of(h.w(), {"Combo1", "Label4", "Text33", "Combo5", "Combo2", "Label7",
                                   "Check1", "Text31", "Command8", "Command9"}),
                  visible.split(' ', Qt::SkipEmptyParts));
         auto* scroll = h.find<QScrollBar>("VScroll1");
         const auto& lists = h.w().pick_lists();
-        // data formats, scroll range and page, read, write and delete list sizes
         QCOMPARE((QList<int>{h.find<QComboBox>("Combo1")->count(), scroll->minimum(),
                              scroll->maximum(), scroll->pageStep(), int(lists.read.entries.size()),
                              int(lists.write.entries.size()), int(lists.remove.entries.size())}),
-                 (QList<int>{formats, 1, scroll_max, 10, reads, writes, writes}));
+                 sizes);
         QVERIFY(!h.online_commands_enabled());  // offline
         // HOX has fixed units, that cannot be edited, and always 192 rows.
         const bool hox = model == InstrumentModel::HOX;
@@ -120,12 +114,10 @@ class TestMainWindow : public QObject {
         QTest::addColumn<bool>("accepted");
         QTest::addColumn<int>("count");
         QTest::addColumn<QString>("message");  // "" when accepted silently
+        // Which entries a cell or the setpoint takes is the edit layer's (PointGrid); here, that
+        // the window stores them, and keeps a refused one with Escape to give it back.
         QTest::newRow("empty last point's units") << 5 << "" << true << 4 << "";
         QTest::newRow("letters in a point") << 12 << "x1" << false << 5 << "Enter Valid number.";
-        QTest::newRow("units below the previous")
-            << 2 << "0.05" << true << 5
-            << "WARNING! Sensor units must be entered by increasing magnitude as the point number "
-               "increases.";
         QTest::newRow("setpoint zero")
             << 33 << "0" << false << 5 << "Number must be greater than 0.";
         QTest::newRow("setpoint valid") << 33 << "300.5" << true << 5 << "";
@@ -204,11 +196,12 @@ class TestMainWindow : public QObject {
             h.w().Command6_Click();
             QVERIFY(!h.w().ended());
             QCOMPARE(h.w().curve().breakpoint_count, 0);
-            QCOMPARE(h.find<QComboBox>("Combo1")->count(), 5);
-            QCOMPARE(h.find<QComboBox>("Combo2")->count(), 3);
-            QCOMPARE(h.find<QComboBox>("Combo5")->count(), 6);
-            QCOMPARE(int(h.w().pick_lists().read.entries.size()), 16);
-            QCOMPARE(int(h.w().pick_lists().write.entries.size()), 12);
+            QCOMPARE((QList<int>{h.find<QComboBox>("Combo1")->count(),
+                                 h.find<QComboBox>("Combo2")->count(),
+                                 h.find<QComboBox>("Combo5")->count(),
+                                 int(h.w().pick_lists().read.entries.size()),
+                                 int(h.w().pick_lists().write.entries.size())}),
+                     (QList<int>{5, 3, 6, 16, 12}));
         }
         // QUIT in the selection dialog of "New Instrument" ends the program.
         QSignalSpy ended(h.window.get(), &ui::MainWindow::program_ended);
@@ -234,19 +227,14 @@ class TestMainWindow : public QObject {
         QAction* action = h.action("actionExportGraph");
         QCOMPARE(action->text(), QStringLiteral("Export Graph..."));
         QVERIFY(h.find<QMenu>("menuFile")->actions().contains(action));
-        CurveGraph* graph = h.w().graph();
-        graph->zoom_at(graph->position_of(350, 0.5), 0.3);
-
-        // No extension typed: a PNG; ".svg" typed: an SVG. Both at the graph's size.
+        // The names and the images themselves are test_graph's to check.
         h.filters.clear();
         h.files = {dir.filePath("graph"), dir.filePath("graph.svg")};
         action->trigger();
         action->trigger();
         QCOMPARE(h.filters, QStringList(2, "PNG image (*.png);;SVG image (*.svg)"));
-        QCOMPARE(QImage(dir.filePath("graph.png")).size(), graph->size());
-        QSvgRenderer svg(dir.filePath("graph.svg"));
-        QVERIFY(svg.isValid());
-        QCOMPARE(svg.viewBox().size(), graph->size());
+        QVERIFY(QFile::exists(dir.filePath("graph.png")) &&
+                QFile::exists(dir.filePath("graph.svg")));
         QVERIFY(h.prompts.shown.empty());
 
         // A folder that is not there: the file and the system's reason, and no file.
